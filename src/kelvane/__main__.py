@@ -1,0 +1,5 @@
+import sys
+
+from kelvane.cli.main import main
+
+sys.exit(main())

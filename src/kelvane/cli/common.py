@@ -1,0 +1,109 @@
+"""What the command-line commands share: the main node, the area argument, opening an area."""
+
+from __future__ import annotations
+
+import argparse
+import os
+
+from kelvane.board.session import Session
+from kelvane.board.user_port import UserPort
+from kelvane.cli.text_port import TextPort
+from kelvane.platform.farea_format import FareaError, find_farea_file, read_all_records
+from kelvane.platform.settings_store import APP_NAME, open_settings_store
+
+MAIN_PATH_SECTION = "Vandor Startup"
+MAIN_PATH_KEY = "Vandor Main Path"
+OPTIONS_SECTION = "Kelvane Startup"
+CODE_PAGE_KEY = "CodePage"
+
+
+class UsageError(Exception):
+    """Wrong usage: exit status 2."""
+
+
+class CommandError(Exception):
+    """A failure the command reports in one line: exit status 1."""
+
+
+def add_main_node_option(parser: argparse.ArgumentParser) -> None:
+    parser.add_argument(
+        "--main-node",
+        metavar="DIR",
+        help="the board's main node directory (default: the settings store's \"Vandor Main Path\")",
+    )
+
+
+def resolve_main_node(args: argparse.Namespace) -> str:
+    main_node = getattr(args, "main_node", None)
+    if main_node:
+        return str(main_node)
+    stored = open_settings_store().GetSetting(APP_NAME, MAIN_PATH_SECTION, MAIN_PATH_KEY, "")
+    if not stored:
+        raise CommandError(
+            "no main node path: pass --main-node DIR, or set it in the desktop program's Options"
+        )
+    return stored
+
+
+def stored_code_page() -> str:
+    from kelvane.platform.code_pages import DEFAULT_CODE_PAGE, code_page
+
+    name = open_settings_store().GetSetting(
+        APP_NAME, OPTIONS_SECTION, CODE_PAGE_KEY, DEFAULT_CODE_PAGE
+    )
+    try:
+        return code_page(name).name
+    except ValueError:
+        return DEFAULT_CODE_PAGE
+
+
+def make_session(args: argparse.Namespace, port: UserPort | None = None) -> Session:
+    session = Session(
+        port if port is not None else TextPort(assume_yes=bool(getattr(args, "yes", False))),
+        code_page=stored_code_page(),
+    )
+    session.area.MainNodePath = resolve_main_node(args)
+    return session
+
+
+def board_titles(session: Session) -> list[str]:
+    """Every area title of the board, in record order; a clear error when unreadable."""
+    found = find_farea_file(session.area.MainNodePath)
+    if found is None:
+        raise CommandError(
+            f"no Mwork/Farea.dat under {session.area.MainNodePath}: is that the board's main node directory?"
+        )
+    try:
+        return [record.title for record in read_all_records(found, session.code_page)]
+    except FareaError as error:
+        raise CommandError(str(error)) from error
+
+
+def resolve_area(session: Session, area: str) -> int:
+    """AREA is a record number or an exact area title."""
+    titles = board_titles(session)
+    text = area.strip()
+    if text.isdigit():
+        number = int(text)
+        if 1 <= number <= len(titles):
+            return number
+        raise CommandError(f"there is no area {number}: the board has {len(titles)}")
+    for number, title in enumerate(titles, start=1):
+        if title == area:
+            return number
+    raise CommandError(f"no area is titled {area!r} (titles are matched exactly)")
+
+
+def select_area(session: Session, area: str) -> None:
+    """Set ``AreaNumber`` and ``AreaTitle`` for AREA, and load it with ``Farea_Dat_Initialize``."""
+    from kelvane.board.current_area import Farea_Dat_Initialize
+
+    number = resolve_area(session, area)
+    session.area.AreaNumber = number
+    session.area.AreaTitle = board_titles(session)[number - 1]
+    if not Farea_Dat_Initialize(session):
+        raise CommandError(f"area {number} ({session.area.AreaTitle}) could not be loaded")
+
+
+def fs_path(text: str) -> str:
+    return os.path.abspath(os.path.expanduser(text))

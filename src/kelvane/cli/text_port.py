@@ -1,0 +1,114 @@
+"""The command line's user port: boxes printed as text, questions asked or answered.
+
+A question is answered by ``--yes`` (OK/Yes/Retry) or, without it, with the
+safe answer (No/Cancel) when no terminal is attached, and asked at the
+terminal when one is.
+"""
+
+from __future__ import annotations
+
+import contextlib
+import sys
+from collections.abc import Iterator
+from typing import TextIO
+
+from kelvane.board.user_port import AGREEING_ANSWER, SAFE_ANSWER, Answer, Buttons, MessageBox
+
+_CHOICES: dict[Buttons, tuple[tuple[str, Answer], ...]] = {
+    Buttons.OK_CANCEL: (("ok", Answer.OK), ("cancel", Answer.CANCEL)),
+    Buttons.YES_NO: (("yes", Answer.YES), ("no", Answer.NO)),
+    Buttons.RETRY_CANCEL: (("retry", Answer.RETRY), ("cancel", Answer.CANCEL)),
+}
+
+
+class TextPort:
+    def __init__(
+        self,
+        *,
+        assume_yes: bool = False,
+        stdin: TextIO | None = None,
+        stdout: TextIO | None = None,
+        stderr: TextIO | None = None,
+        interactive: bool | None = None,
+    ) -> None:
+        self.assume_yes = assume_yes
+        self.stdin = stdin if stdin is not None else sys.stdin
+        self.stdout = stdout if stdout is not None else sys.stdout
+        self.stderr = stderr if stderr is not None else sys.stderr
+        if interactive is None:
+            try:
+                interactive = bool(self.stdin and self.stdin.isatty())
+            except (ValueError, OSError):
+                interactive = False
+        self.interactive = interactive
+        self.shown: list[MessageBox] = []
+
+    def _print_box(self, box: MessageBox, stream: TextIO) -> None:
+        lines = box.text.split("\r")
+        stream.write(f"{box.title}: " + "\n  ".join(line.strip() for line in lines) + "\n")
+        stream.flush()
+
+    def message_box(self, box: MessageBox) -> Answer:
+        self.shown.append(box)
+        if box.buttons in (Buttons.OK, Buttons.OK_HELP):
+            stream = self.stderr if "Error" in box.title or "Alert!" in box.title else self.stdout
+            self._print_box(box, stream)
+            return Answer.OK
+        self._print_box(box, self.stderr)
+        if self.assume_yes:
+            answer = AGREEING_ANSWER[box.buttons]
+            self.stderr.write(f"  -> {answer.value} (--yes)\n")
+            return answer
+        if not self.interactive:
+            answer = SAFE_ANSWER[box.buttons]
+            self.stderr.write(f"  -> {answer.value} (no terminal to ask; pass --yes to agree)\n")
+            return answer
+        choices = _CHOICES[box.buttons]
+        prompt = "/".join(word for word, _ in choices)
+        while True:
+            self.stderr.write(f"  [{prompt}]? ")
+            self.stderr.flush()
+            reply = self.stdin.readline()
+            if not reply:
+                return SAFE_ANSWER[box.buttons]
+            word = reply.strip().lower()
+            for choice, answer in choices:
+                if word and choice.startswith(word):
+                    return answer
+
+    def process_events(self) -> None:
+        return None
+
+    @contextlib.contextmanager
+    def busy(self) -> Iterator[None]:
+        yield
+
+    def browse_for_folder(self, prompt: str) -> str:
+        return ""
+
+
+class TerminalProgress:
+    """A one-line progress display on a terminal; silent when output is not one."""
+
+    def __init__(self, stream: TextIO | None = None) -> None:
+        self.stream = stream if stream is not None else sys.stderr
+        try:
+            self.enabled = self.stream.isatty()
+        except (ValueError, OSError):
+            self.enabled = False
+        self._width = 0
+
+    def show(self, text: str) -> None:
+        if not self.enabled:
+            return
+        text = text[:100]
+        padding = max(0, self._width - len(text))
+        self.stream.write("\r" + text + " " * padding)
+        self.stream.flush()
+        self._width = len(text)
+
+    def done(self) -> None:
+        if self.enabled and self._width:
+            self.stream.write("\r" + " " * self._width + "\r")
+            self.stream.flush()
+            self._width = 0
