@@ -11,11 +11,12 @@ on every system.
 from __future__ import annotations
 
 import configparser
+import importlib
 import os
 import sys
 import tempfile
 from pathlib import Path
-from typing import Protocol
+from typing import Any, Protocol
 
 APP_NAME = "Vandor"
 
@@ -77,8 +78,7 @@ class RegistrySettingsStore:  # pragma: no cover - Windows only
     ROOT = r"Software\VB and VBA Program Settings"
 
     def GetSetting(self, app: str, section: str, key: str, default: str = "") -> str:
-        assert sys.platform == "win32"
-        import winreg
+        winreg: Any = importlib.import_module("winreg")
 
         try:
             with winreg.OpenKey(
@@ -90,8 +90,7 @@ class RegistrySettingsStore:  # pragma: no cover - Windows only
         return str(value)
 
     def SaveSetting(self, app: str, section: str, key: str, value: str) -> None:
-        assert sys.platform == "win32"
-        import winreg
+        winreg: Any = importlib.import_module("winreg")
 
         with winreg.CreateKey(winreg.HKEY_CURRENT_USER, rf"{self.ROOT}\{app}\{section}") as handle:
             winreg.SetValueEx(handle, key, 0, winreg.REG_SZ, value)
