@@ -4,12 +4,16 @@ from __future__ import annotations
 
 import argparse
 import os
+from typing import TYPE_CHECKING
 
 from kelvane.board.session import Session
 from kelvane.board.user_port import UserPort
 from kelvane.cli.text_port import TextPort
 from kelvane.platform.farea_format import FareaError, find_farea_file, read_all_records
 from kelvane.platform.settings_store import APP_NAME, open_settings_store
+
+if TYPE_CHECKING:
+    from kelvane.board.files_list import EntryList
 
 MAIN_PATH_SECTION = "Vandor Startup"
 MAIN_PATH_KEY = "Vandor Main Path"
@@ -107,3 +111,36 @@ def select_area(session: Session, area: str) -> None:
 
 def fs_path(text: str) -> str:
     return os.path.abspath(os.path.expanduser(text))
+
+
+def load_area(session: Session, area: str) -> EntryList:
+    """Select AREA (``Farea_Dat_Initialize``) and read its Files List (``Load_fEditFileArealsv``)."""
+    from kelvane.board.files_list import EntryList, Load_fEditFileArealsv
+
+    select_area(session, area)
+    entries = EntryList()
+    if not Load_fEditFileArealsv(session, entries):
+        raise CommandError(f"the Files List {session.area.FileListPath} could not be read")
+    return entries
+
+
+def select_names(entries: EntryList, names: list[str]) -> tuple[list[int], list[str]]:
+    """Positions of the entries named (exact names), and the names not in the list.
+
+    A name matches every entry of that exact name; when none matches exactly,
+    the names are compared ignoring case, as the board's file system does.
+    """
+    by_name: dict[str, list[int]] = {}
+    by_folded: dict[str, list[int]] = {}
+    for index, entry in enumerate(entries):
+        by_name.setdefault(entry.name, []).append(index)
+        by_folded.setdefault(entry.name.upper(), []).append(index)
+    chosen: set[int] = set()
+    missing: list[str] = []
+    for name in names:
+        found = by_name.get(name) or by_folded.get(name.upper())
+        if found:
+            chosen.update(found)
+        else:
+            missing.append(name)
+    return sorted(chosen), missing
