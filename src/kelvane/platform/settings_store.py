@@ -33,16 +33,21 @@ class IniSettingsStore:
     def __init__(self, path: str | os.PathLike[str]) -> None:
         self.path = Path(path)
 
-    def _read(self) -> configparser.RawConfigParser:
+    @staticmethod
+    def _parser() -> configparser.RawConfigParser:
         parser = configparser.RawConfigParser(
             delimiters=("=",), comment_prefixes=(";",), strict=False
         )
         parser.optionxform = str  # type: ignore[assignment,method-assign]
+        return parser
+
+    def _read(self) -> configparser.RawConfigParser:
+        parser = self._parser()
         try:
             parser.read(self.path, encoding="utf-8")
         except (configparser.Error, UnicodeDecodeError, OSError):
             # A damaged settings file reads as empty; the next write replaces it.
-            return configparser.RawConfigParser()
+            return self._parser()
         return parser
 
     def GetSetting(self, app: str, section: str, key: str, default: str = "") -> str:
