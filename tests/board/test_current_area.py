@@ -115,3 +115,16 @@ def test_add_to_make_index_list_keeps_each_number_once_in_the_order_added(sessio
     for number in (3, 0, 5, 3, 7, 5):
         AddToMakeIndexList(session, number)
     assert session.make_index_list == ["3", "5", "7"]
+
+
+def test_a_files_list_directory_that_cannot_be_confirmed_reports_readonlydrive(
+    session, port, tmp_path, monkeypatch
+):
+    import kelvane.board.current_area as current_area
+
+    board = tmp_path / "board"
+    init_board(board)
+    add_simple_area(board, "Read only", tmp_path / "ro")
+    monkeypatch.setattr(current_area, "MakePath", lambda path: False)
+    port.expect_alert("ReadOnlyDrive")
+    assert _load(session, board) is False
