@@ -79,6 +79,7 @@ SIZE_WIDTH = 9
 DATE_WIDTH = 10
 LINE_WIDTH = 45
 CONTINUATION = " " * 31
+_CONTINUED = CRLF + CONTINUATION
 #: 0-based position of the "~" of an 8.3 alias (the spec's position 7).
 ALIAS_TILDE = 6
 #: Digits beyond this many lose precision in VB's Double; they take Val's way.
@@ -371,6 +372,15 @@ def format_files_list(
             rest = rest.replace("\n", "")
         if not rest:
             rest = NO_DESCRIPTION
+        # Fast path, same result as the rule: every CR-ended line fits in 45
+        # columns and the last piece is shorter than 45 (so no word-wrapping).
+        lines = rest.split("\r")
+        last = lines.pop()
+        if len(last) < LINE_WIDTH and all(len(line) <= LINE_WIDTH for line in lines):
+            if last:
+                lines.append(last)
+            add(head + _CONTINUED.join([line.ljust(LINE_WIDTH) for line in lines]) + CRLF)
+            continue
         line, rest = split_description_line(rest)
         add(head + line.ljust(LINE_WIDTH) + CRLF)
         while rest:
