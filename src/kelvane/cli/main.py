@@ -21,6 +21,7 @@ COMMAND_MODULES = (
     "kelvane.cli.index_commands",
     "kelvane.cli.scan_commands",
     "kelvane.cli.edit_commands",
+    "kelvane.cli.desktop_commands",
 )
 
 

@@ -114,13 +114,34 @@ def show_splash(app: QApplication, seconds: float = SPLASH_SECONDS) -> QSplashSc
     return splash
 
 
-def run_desktop() -> int:
-    """The spec's ``Main``: splash, frame, event loop; returns the exit code."""
+def open_area_in(frame: MainFrame, area_number: int) -> None:
+    """Open File Areas, choose row *area_number* and press OK, as the operator would."""
+    frame.mnuOpenFileAreas_Click()
+    chooser = frame.chooser
+    if chooser is None:
+        return  # an alert has told the operator why (no path, no Farea.dat)
+    count = chooser.titles_model.rowCount()
+    if 1 <= area_number <= count:
+        chooser.lsvFileAreaTitles.select_row(area_number - 1)
+    chooser.cmdOK_Click()
+
+
+def run_desktop(open_area: int | None = None, main_node: str | None = None) -> int:
+    """The spec's ``Main``: splash, frame, event loop; returns the exit code.
+
+    *main_node* replaces the stored main node path for this run (it is saved
+    at shut-down, as any main node path is); *open_area* opens that area in the
+    editor through the area chooser once the frame is shown.
+    """
     app = ensure_application()
     install_resources()
     splash = show_splash(app)
     frame = MainFrame()
+    if main_node:
+        frame.session.area.MainNodePath = main_node
     frame.show()
     splash.finish(frame)
     splash.deleteLater()
+    if open_area is not None:
+        open_area_in(frame, open_area)
     return app.exec()

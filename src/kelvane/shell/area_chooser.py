@@ -424,9 +424,11 @@ class frmFileAreaTitles(QWidget):
                 area.AreaNumber = self.lsvFileAreaTitles.selected_row() + 1
                 area.AreaTitle = self.selected_text()
                 frame.fill_area_box(self.titles_model.titles(), area.AreaNumber - 1)
-                if Farea_Dat_Initialize(session):
+                editor = (
+                    frame.open_area_forms(area.AreaTitle) if Farea_Dat_Initialize(session) else None
+                )
+                if editor is not None:
                     frame.show_area_bars()
-                    editor = frame.open_area_forms(area.AreaTitle)
                     frame.show_editor(editor)
                     self.unload()
                 else:

@@ -581,14 +581,22 @@ class MainFrame(QMainWindow):
         box.setCurrentIndex(chosen)
         box.blockSignals(False)
 
-    def open_area_forms(self, title: str) -> frmEditFileArea:
-        """Create and load a new sort view, then a new editor captioned with *title*."""
+    def open_area_forms(self, title: str) -> frmEditFileArea | None:
+        """Create and load a new sort view, then a new editor captioned with *title*.
+
+        When the Files List cannot be read (the error has been reported under
+        "Load_fEditFileArealsv") no editor opens: an editor over an empty
+        list could save it over the operator's good one.
+        """
         from kelvane.editor.editor_form import frmEditFileArea
         from kelvane.sortmove.sort_view_form import frmEditFileArealsv
 
         sort_view = frmEditFileArealsv(self.session, None, status=self.set_status_text)
         self.sort_view = sort_view
-        sort_view.Form_Load()
+        if not sort_view.Form_Load():
+            self.sort_view = None
+            sort_view.deleteLater()
+            return None
         editor = frmEditFileArea(self.session, sort_view, self)
         self.editor = editor
         editor.closed.connect(lambda: self._editor_gone(editor))
@@ -599,7 +607,7 @@ class MainFrame(QMainWindow):
     def show_editor(self, editor: frmEditFileArea) -> None:
         """Show the editor as a child form, focus its file list and select the first entry."""
         window = self.add_child(editor)
-        window.show()
+        window.showMaximized()  # the editor is the frame's work: it fills it
         self.sbStatusBar2.setVisible(True)
         names = editor.lstFileNames
         names.setFocus()
@@ -647,8 +655,15 @@ class MainFrame(QMainWindow):
                 area.AreaNumber = box.currentIndex() + 1
                 # Step 4: the toolbar's layout places the box; the chosen index is set again.
                 box.setCurrentIndex(area.AreaNumber - 1)
-                if Farea_Dat_Initialize(session):
-                    editor = self.open_area_forms(box.currentText())
+                # The spec's switch leaves AreaTitle at the previous area's; prompts and
+                # captions of the new area should name it, so it is taken from the box.
+                area.AreaTitle = box.currentText()
+                editor = (
+                    self.open_area_forms(box.currentText())
+                    if Farea_Dat_Initialize(session)
+                    else None
+                )
+                if editor is not None:
                     self.show_area_bars()
                     self.show_editor(editor)
                 else:
