@@ -8,7 +8,13 @@ from typing import Any
 
 from kelvane.board.vb_text import Val
 from kelvane.cli.board_commands import record_as_json
-from kelvane.cli.common import CommandError, add_main_node_option, load_area, make_session
+from kelvane.cli.common import (
+    AREA_HELP,
+    CommandError,
+    add_main_node_option,
+    load_area,
+    make_session,
+)
 from kelvane.platform.farea_format import FareaError, find_farea_file, read_all_records
 
 
@@ -21,7 +27,7 @@ def register(subparsers: argparse._SubParsersAction[Any]) -> None:
     areas.set_defaults(handler=_areas)
 
     show = subparsers.add_parser("show", help="an area's Files List entries as read")
-    show.add_argument("area", metavar="AREA", help="a record number or an exact area title")
+    show.add_argument("area", metavar="AREA", help=AREA_HELP)
     add_main_node_option(show)
     show.add_argument("--json", action="store_true", help="print one JSON object")
     show.set_defaults(handler=_show)
@@ -32,7 +38,7 @@ def register(subparsers: argparse._SubParsersAction[Any]) -> None:
         description="Reads the Files List and writes it back in the fixed-column layout: "
         "descriptions re-wrapped, long names written as their 8.3 aliases, FILES.BAK kept.",
     )
-    rewrite.add_argument("area", metavar="AREA", help="a record number or an exact area title")
+    rewrite.add_argument("area", metavar="AREA", help=AREA_HELP)
     add_main_node_option(rewrite)
     rewrite.set_defaults(handler=_rewrite)
 

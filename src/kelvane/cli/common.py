@@ -15,6 +15,8 @@ from kelvane.platform.settings_store import APP_NAME, open_settings_store
 if TYPE_CHECKING:
     from kelvane.board.files_list import EntryList
 
+AREA_HELP = "a record number or an exact area title"
+
 MAIN_PATH_SECTION = "Vandor Startup"
 MAIN_PATH_KEY = "Vandor Main Path"
 OPTIONS_SECTION = "Kelvane Startup"
@@ -144,3 +146,23 @@ def select_names(entries: EntryList, names: list[str]) -> tuple[list[int], list[
         else:
             missing.append(name)
     return sorted(chosen), missing
+
+
+def error_reported(session: Session) -> bool:
+    """True when an operation's trap showed the error box ("Kelvane Error Alert!")."""
+    from kelvane.board.error_log import ERROR_TITLE
+
+    shown = getattr(session.port, "shown", [])
+    return any(box.title == ERROR_TITLE for box in shown)
+
+
+def save_changes(session: Session, entries: EntryList) -> bool:
+    """``SaveWork`` when ``ChangesMade``, as the editor's Save Work; false when saving failed."""
+    from kelvane.board.files_list import SaveWork
+
+    if not session.ChangesMade:
+        return True
+    if not SaveWork(session, entries):
+        return False
+    session.ChangesMade = False
+    return True

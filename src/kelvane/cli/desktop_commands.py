@@ -5,7 +5,7 @@ from __future__ import annotations
 import argparse
 from typing import Any
 
-from kelvane.cli.common import add_main_node_option, make_session, resolve_area
+from kelvane.cli.common import AREA_HELP, add_main_node_option, make_session, resolve_area
 
 
 def register(subparsers: argparse._SubParsersAction[Any]) -> None:
@@ -15,7 +15,7 @@ def register(subparsers: argparse._SubParsersAction[Any]) -> None:
         description="Starts the desktop program and opens AREA (a record number or an exact "
         "area title) through the area chooser, as if it had been chosen there.",
     )
-    parser.add_argument("area", metavar="AREA", help="a record number or an exact area title")
+    parser.add_argument("area", metavar="AREA", help=AREA_HELP)
     add_main_node_option(parser)
     parser.set_defaults(handler=_open)
 

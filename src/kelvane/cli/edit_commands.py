@@ -33,15 +33,20 @@ from collections.abc import Sequence
 from dataclasses import dataclass
 from typing import TYPE_CHECKING, Any
 
-from kelvane.board.error_log import ERROR_TITLE
-from kelvane.cli.common import add_main_node_option, load_area, make_session, select_names
+from kelvane.cli.common import (
+    AREA_HELP,
+    add_main_node_option,
+    error_reported,
+    load_area,
+    make_session,
+    save_changes,
+    select_names,
+)
 from kelvane.editor.editor_view import ListEditorView
 
 if TYPE_CHECKING:
     from kelvane.board.files_list import EntryList
     from kelvane.board.session import Session
-
-AREA_HELP = "a record number or an exact area title"
 
 
 class _IntermixedParser(argparse.ArgumentParser):
@@ -158,24 +163,6 @@ def _open(args: argparse.Namespace, *, all_when_none: bool) -> _OpenArea:
     return _OpenArea(session, entries, view, chosen, missing)
 
 
-def _error_reported(session: Session) -> bool:
-    """True when the operation's trap showed the error box."""
-    shown = getattr(session.port, "shown", [])
-    return any(box.title == ERROR_TITLE for box in shown)
-
-
-def _save(session: Session, entries: EntryList) -> bool:
-    """``SaveWork`` when ``ChangesMade``; false when saving failed."""
-    from kelvane.board.files_list import SaveWork
-
-    if not session.ChangesMade:
-        return True
-    if not SaveWork(session, entries):
-        return False
-    session.ChangesMade = False
-    return True
-
-
 def _nothing_selected(opened: _OpenArea) -> int:
     if not len(opened.entries):
         print("The Files List holds no entries.")
@@ -203,7 +190,7 @@ def _refresh(args: argparse.Namespace) -> int:
         files_missing = files_missing or not_found > 0
         print(f"Refreshed the {column} of {len(opened.chosen) - not_found} entries.")
     view.deselect_all()
-    failed = _error_reported(session) or not _save(session, opened.entries)
+    failed = error_reported(session) or not save_changes(session, opened.entries)
     return 1 if opened.missing or files_missing or failed else 0
 
 
@@ -217,11 +204,11 @@ def _erase(args: argparse.Namespace) -> int:
     mnuEraseFilesListOnly_Click(opened.session, opened.view)
     erased = before - len(opened.entries)
     if erased == 0:
-        if not _error_reported(opened.session):
+        if not error_reported(opened.session):
             print("kelvane: nothing erased (not confirmed; pass --yes to agree)", file=sys.stderr)
         return 1
     print(f"Erased {erased} entries from the Files List; their files stay on disk.")
-    failed = _error_reported(opened.session) or not _save(opened.session, opened.entries)
+    failed = error_reported(opened.session) or not save_changes(opened.session, opened.entries)
     return 1 if opened.missing or failed else 0
 
 
@@ -234,7 +221,7 @@ def _delete(args: argparse.Namespace) -> int:
     session = opened.session
     report = delete_selected_files(session, opened.view)
     if report is None:
-        if not _error_reported(session):
+        if not error_reported(session):
             print("kelvane: nothing deleted", file=sys.stderr)
         return 1
     problems = False
@@ -256,8 +243,8 @@ def _delete(args: argparse.Namespace) -> int:
             "(use kelvane erase to remove entries only)",
             file=sys.stderr,
         )
-    failed = not report.completed or _error_reported(session)
-    failed = not _save(session, opened.entries) or failed
+    failed = not report.completed or error_reported(session)
+    failed = not save_changes(session, opened.entries) or failed
     return 1 if opened.missing or problems or failed else 0
 
 
@@ -270,10 +257,10 @@ def _strip_uploaders(args: argparse.Namespace) -> int:
     entries = opened.entries
     marked = sum(1 for index in opened.chosen if UPLOADER_MARKER in entries[index].description)
     mnuRemoveUploadBy_Click(opened.session, opened.view)
-    failed = _error_reported(opened.session)
+    failed = error_reported(opened.session)
     if not failed:
         print(f'Cut {marked} descriptions at "{UPLOADER_MARKER}".')
-    failed = not _save(opened.session, entries) or failed
+    failed = not save_changes(opened.session, entries) or failed
     return 1 if opened.missing or failed else 0
 
 

@@ -32,17 +32,22 @@ import sys
 import time
 from typing import TYPE_CHECKING, Any
 
-from kelvane.board.error_log import ERROR_TITLE
 from kelvane.board.user_port import Answer, Buttons, Icon, MessageBox
-from kelvane.cli.common import add_main_node_option, load_area, make_session, select_names
+from kelvane.cli.common import (
+    AREA_HELP,
+    add_main_node_option,
+    error_reported,
+    load_area,
+    make_session,
+    save_changes,
+    select_names,
+)
 from kelvane.cli.text_port import TerminalProgress, TextPort
 from kelvane.editor.editor_view import ListEditorView
 
 if TYPE_CHECKING:
-    from kelvane.board.files_list import Entry, EntryList
-    from kelvane.board.session import Session
+    from kelvane.board.files_list import Entry
 
-AREA_HELP = "a record number or an exact area title"
 ALERT_TITLE = "Kelvane Alert!"
 #: Seconds between two redraws of the terminal progress line.
 PROGRESS_INTERVAL = 0.1
@@ -152,24 +157,6 @@ class TerminalScanProgress:
         return None
 
 
-def _error_reported(session: Session) -> bool:
-    """True when an operation's trap showed the error box."""
-    shown = getattr(session.port, "shown", [])
-    return any(box.title == ERROR_TITLE for box in shown)
-
-
-def _save(session: Session, entries: EntryList) -> bool:
-    """``SaveWork`` when ``ChangesMade``; false when saving failed."""
-    from kelvane.board.files_list import SaveWork
-
-    if not session.ChangesMade:
-        return True
-    if not SaveWork(session, entries):
-        return False
-    session.ChangesMade = False
-    return True
-
-
 def first_line(description: str) -> str:
     """The first line of a description (its lines end in CR LF)."""
     return description.split("\r\n", 1)[0]
@@ -189,7 +176,7 @@ def _scan(args: argparse.Namespace) -> int:
     before = len(entries)
     added = run_file_scan(session, view, TerminalScanProgress())
     new_entries = entries[before:]
-    failed = _error_reported(session)
+    failed = error_reported(session)
     if added == 0:
         return 1 if failed else 0
     if args.dry_run:
@@ -201,7 +188,7 @@ def _scan(args: argparse.Namespace) -> int:
     for entry in new_entries:
         print("Added " + _entry_line(entry))
     print(f"Added {added} new files to {session.area.FileListPath}.")
-    failed = not _save(session, entries) or failed
+    failed = not save_changes(session, entries) or failed
     return 1 if failed else 0
 
 
@@ -223,8 +210,8 @@ def _read_diz(args: argparse.Namespace) -> int:
         if index not in not_found:
             entry = entries[index]
             print(f"{entry.name}: {first_line(entry.description)}")
-    failed = _error_reported(session)
-    failed = not _save(session, entries) or failed
+    failed = error_reported(session)
+    failed = not save_changes(session, entries) or failed
     return 1 if missing or not_found or failed else 0
 
 
