@@ -24,6 +24,9 @@ Decisions where the spec is silent (see also the modules of Parts 5.2, 5.3):
   about unsaved changes comes before the Make Index question), as the
   original's MDI frame unloaded its children before its own unload.
 * A "MainWindowState" other than 0, 1 or 2 opens the frame normal.
+* ``tbToolBar3`` sits on a toolbar row of its own, below ``tbToolBar1`` and
+  ``tbToolBar2``, so that the area box and its Switch button stay in view in a
+  narrow frame.
 * ``sbStatusBar2`` is shown with the editor (the "Area open" state of
   Part 5.1's table) and hidden again with the toolbars.
 """
@@ -320,6 +323,10 @@ class MainFrame(QMainWindow):
         self.actSwitchArea.setToolTip("Open the File Area chosen in the box")
         self.tbToolBar3.addAction(self.actSwitchArea)
         self.tbToolBar3.actionTriggered.connect(self.tbToolBar3_ButtonClick)
+        # Its own row: beside the fifteen editor buttons the box and its Switch button
+        # do not fit below about 900 pixels, and Qt would hide Switch behind the
+        # toolbar's extension button.
+        self.addToolBarBreak(Qt.ToolBarArea.TopToolBarArea)
         self.addToolBar(self.tbToolBar3)
 
         # The child forms' area and the two status bars below it.

@@ -225,8 +225,12 @@ class frmOptions(QDialog):
     def cmdCancel_Click(self) -> None:
         self.close()
 
-    def reject(self) -> None:  # Escape is Cancel
-        self.close()
+    def reject(self) -> None:
+        """Escape is Cancel.  Also reached from ``QDialog.closeEvent`` (OK, Cancel, the
+        window's close button): ``QDialog.reject`` hides the form, so the close goes
+        through; calling ``close()`` here would be ignored inside the close and the
+        form would stay open."""
+        super().reject()
 
     # ================================================================ applying
 
