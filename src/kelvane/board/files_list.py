@@ -351,6 +351,7 @@ def format_files_list(
     cache = cache if cache is not None else AliasCache()
     out: list[str] = []
     add = out.append
+    dates: dict[str, str] = {}  # a list holds few distinct dates: format each once
     complete = True
     for entry in entries:
         name = entry.name
@@ -366,7 +367,16 @@ def format_files_list(
                 name = _short_form(name, directories, page, lookup, cache)
             if len(name) < NAME_WIDTH:
                 name = name.ljust(NAME_WIDTH)
-        head = name + _size_written(entry.size) + (" " + entry.date + " ").rjust(DATE_WIDTH)
+        size = entry.size
+        digits = size.strip(" ")
+        if digits.isascii() and digits.isdigit() and len(digits) <= _EXACT_DIGITS:
+            size = (digits.lstrip("0") or "0").rjust(SIZE_WIDTH)  # _size_written's fast path
+        else:
+            size = _size_written(size)
+        date = dates.get(entry.date)
+        if date is None:
+            date = dates[entry.date] = (" " + entry.date + " ").rjust(DATE_WIDTH)
+        head = name + size + date
         rest = entry.description.rstrip(" ")
         if "\n" in rest:
             rest = rest.replace("\n", "")
@@ -376,7 +386,7 @@ def format_files_list(
         # columns and the last piece is shorter than 45 (so no word-wrapping).
         lines = rest.split("\r")
         last = lines.pop()
-        if len(last) < LINE_WIDTH and all(len(line) <= LINE_WIDTH for line in lines):
+        if len(last) < LINE_WIDTH and (not lines or max(map(len, lines)) <= LINE_WIDTH):
             if last:
                 lines.append(last)
             add(head + _CONTINUED.join([line.ljust(LINE_WIDTH) for line in lines]) + CRLF)

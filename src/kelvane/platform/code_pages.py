@@ -31,6 +31,9 @@ CODE_PAGES: tuple[tuple[str, str], ...] = (
 )
 
 
+_ASCII = "".join(map(chr, range(128)))
+
+
 @dataclass(frozen=True)
 class CodePage:
     """A lossless single-byte text codec."""
@@ -40,11 +43,20 @@ class CodePage:
     encoding_table: Any
     characters: frozenset[str]
 
+    @property
+    def ascii_compatible(self) -> bool:
+        """True when bytes 0x00-0x7F are the ASCII characters (every page offered)."""
+        return self.decoding_table[:128] == _ASCII
+
     def decode(self, data: bytes) -> str:
+        if data.isascii() and self.ascii_compatible:
+            return data.decode("ascii")  # the same text, many times faster
         return codecs.charmap_decode(data, "strict", self.decoding_table)[0]
 
     def encode(self, text: str, errors: str = "replace") -> bytes:
         """Encode *text*; a character outside the page becomes "?" by default."""
+        if text.isascii() and self.ascii_compatible:
+            return text.encode("ascii")
         return codecs.charmap_encode(text, errors, self.encoding_table)[0]
 
     def can_encode(self, text: str) -> bool:
