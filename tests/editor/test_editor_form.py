@@ -632,3 +632,41 @@ def test_the_sort_views_unload_without_changes_asks_nothing(open_editor, session
 
     assert len(area.sort_view.entries) == 0
     assert not session.ChangesMade
+
+
+# -- audit: a failed save, the traps ----------------------------------------------------------------
+
+
+def test_save_work_that_fails_keeps_the_work_changed_so_closing_still_asks(
+    open_editor, session, port, tmp_path
+):
+    area = open_editor([entry("ONE.ZIP", "Old\r\n")])
+    area.type_description("Typed ")
+    good = area.files_list.read_bytes()
+    session.area.FileListPath = os.fspath(tmp_path / "no such directory" / "FILES.LST")
+    port.expect_error("SaveWork")
+
+    area.trigger("mnuSaveWork")
+
+    assert session.ChangesMade
+    assert area.files_list.read_bytes() == good
+
+
+@pytest.mark.parametrize(
+    ("handler", "procedure"),
+    [
+        ("mnuDownOneFile_Click", "mnuDownOneFile_Click"),
+        ("mnuUpOneFile_Click", "mnuUpOneFile_Click"),
+    ],
+)
+def test_an_error_in_down_or_up_one_file_is_reported_under_its_name(
+    open_editor, port, monkeypatch, handler, procedure
+):
+    area = open_editor(entries_named(3))
+
+    def broken(_delta):
+        raise RuntimeError("broken")
+
+    monkeypatch.setattr(area.editor, "_step", broken)
+    port.expect_error(procedure)
+    getattr(area.editor, handler)()

@@ -375,6 +375,11 @@ class frmEditFileArea(QWidget):
         return self.sort_view.entries
 
     @property
+    def unloaded(self) -> bool:
+        """Whether ``Form_Unload`` has run (the form is closing or closed)."""
+        return self._unloaded
+
+    @property
     def description_changed(self) -> bool:
         """The description box's changed mark."""
         return self._description_changed
@@ -803,15 +808,18 @@ class frmEditFileArea(QWidget):
 
     def lstFileNames_MouseDown(self, button: Qt.MouseButton, global_position: Any = None) -> None:
         """A button other than the left: focus to the list; the right one: File Operations."""
-        if button == Qt.MouseButton.LeftButton:
-            return
-        self.lstFileNames.setFocus(Qt.FocusReason.MouseFocusReason)
-        if button == Qt.MouseButton.RightButton:
-            if global_position is None:
-                global_position = self.lstFileNames.viewport().mapToGlobal(
-                    self.lstFileNames.viewport().rect().center()
-                )
-            self.mnuFileOperations.popup(global_position)
+        try:
+            if button == Qt.MouseButton.LeftButton:
+                return
+            self.lstFileNames.setFocus(Qt.FocusReason.MouseFocusReason)
+            if button == Qt.MouseButton.RightButton:
+                if global_position is None:
+                    global_position = self.lstFileNames.viewport().mapToGlobal(
+                        self.lstFileNames.viewport().rect().center()
+                    )
+                self.mnuFileOperations.popup(global_position)
+        except Exception as error:
+            self.session.ReportError("lstFileNames_MouseDown", error)
 
     # -- commands --------------------------------------------------------------------------------
 
@@ -846,17 +854,24 @@ class frmEditFileArea(QWidget):
                 self.Description_Update()
                 session.ChangesMade = True
                 self._description_changed = False
-            if session.ChangesMade:
-                SaveWork(session, self.entries)
+            # A save that failed (reported under "SaveWork") saved nothing: the work
+            # stays changed, so that closing still asks about it.
+            if session.ChangesMade and SaveWork(session, self.entries):
                 session.ChangesMade = False
         except Exception as error:
             session.ReportError("mnuSaveWork_Click", error)
 
     def mnuDownOneFile_Click(self) -> None:
-        self._step(1)
+        try:
+            self._step(1)
+        except Exception as error:
+            self.session.ReportError("mnuDownOneFile_Click", error)
 
     def mnuUpOneFile_Click(self) -> None:
-        self._step(-1)
+        try:
+            self._step(-1)
+        except Exception as error:
+            self.session.ReportError("mnuUpOneFile_Click", error)
 
     def _step(self, delta: int) -> None:
         count = self.names_model.rowCount()
@@ -869,12 +884,15 @@ class frmEditFileArea(QWidget):
 
     def mnuClose_Click(self) -> None:
         """The Close command: no area switch is under way; close the editor's window."""
-        self.session.SwitchingAreas = False
-        window = self.parentWidget()
-        if isinstance(window, QMdiSubWindow):
-            window.close()
-        else:
-            self.close()
+        try:
+            self.session.SwitchingAreas = False
+            window = self.parentWidget()
+            if isinstance(window, QMdiSubWindow):
+                window.close()
+            else:
+                self.close()
+        except Exception as error:
+            self.session.ReportError("mnuClose_Click", error)
 
     def Status_Bar_Click(self) -> None:
         """Flip the Status Bar check mark and the main frame's ``sbStatusBar2`` with it."""

@@ -23,6 +23,7 @@ Decisions where the spec is silent:
 
 from __future__ import annotations
 
+import contextlib
 from typing import TYPE_CHECKING, Any
 
 from PySide6.QtCore import QAbstractTableModel, QModelIndex, QPersistentModelIndex, QSize, Qt
@@ -277,7 +278,7 @@ class frmFileAreaTitles(QWidget):
             item.setObjectName(name)
             item.setCheckable(True)
             view_group.addAction(item)
-            item.triggered.connect(lambda _checked=False, v=value: self.set_view(v))
+            item.triggered.connect(lambda _checked=False, v=value: self.mnuView_Click(v))
             self.view_items[value] = item
             setattr(self, name, item)
         view_menu.addSeparator()
@@ -292,7 +293,7 @@ class frmFileAreaTitles(QWidget):
             item.setObjectName(name)
             item.setCheckable(True)
             arrange_group.addAction(item)
-            item.triggered.connect(lambda _checked=False, v=value: self.set_arrange(v))
+            item.triggered.connect(lambda _checked=False, v=value: self.mnuArrange_Click(v))
             self.arrange_items[value] = item
             setattr(self, name, item)
         help_menu = menu_bar.addMenu("&Help")
@@ -384,6 +385,20 @@ class frmFileAreaTitles(QWidget):
         self.lsvFileAreaTitles.Arrange = value
         self.arrange_items[self.lsvFileAreaTitles.Arrange].setChecked(True)
 
+    def mnuView_Click(self, value: int) -> None:
+        """A view menu item: the list's view mode, the check mark moved to the item."""
+        try:
+            self.set_view(value)
+        except Exception as error:
+            self.session.ReportError("mnuView_Click", error)
+
+    def mnuArrange_Click(self, value: int) -> None:
+        """An arrange menu item: the list's arrangement, the check mark moved to the item."""
+        try:
+            self.set_arrange(value)
+        except Exception as error:
+            self.session.ReportError("mnuArrange_Click", error)
+
     def selected_text(self) -> str:
         row = self.lsvFileAreaTitles.selected_row()
         titles = self.titles_model.titles()
@@ -437,9 +452,15 @@ class frmFileAreaTitles(QWidget):
                     self.unload()
         except Exception as error:
             session.ReportError("frmFileAreaTitles_cmdOk", error)
+            # OK always ends with the chooser unloaded (Part 5.2, State and lifecycle).
+            with contextlib.suppress(Exception):
+                self.unload()
 
     def cmdCancel_Click(self) -> None:
-        self.unload()
+        try:
+            self.unload()
+        except Exception as error:
+            self.session.ReportError("cmdCancel_Click", error)
 
     # ================================================================ unload
 

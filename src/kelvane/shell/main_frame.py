@@ -357,14 +357,33 @@ class MainFrame(QMainWindow):
         if watched is self.tbToolBar2 and event.type() == QEvent.Type.MouseButtonDblClick:
             self.customize_editor_toolbar()
             return True
+        if event.type() == QEvent.Type.Close and isinstance(watched, QMdiSubWindow):
+            self.editor_window_closing(watched)
         return super().eventFilter(watched, event)
+
+    def editor_window_closing(self, window: QMdiSubWindow) -> None:
+        """The editor's window closed by the user (its close box, Ctrl+F4) is Close.
+
+        The frame's own unloads (the switch, the shut-down) unload the editor
+        before they close its window; a close that finds the editor still loaded
+        comes from the user and, like the editor's Close command, ends a switch
+        (``SwitchingAreas`` = false), so that the editor's unload sets the frame
+        back to its no-area bars instead of leaving the editor toolbar over no
+        editor.
+        """
+        editor = self.editor
+        if editor is not None and window.widget() is editor and not editor.unloaded:
+            self.session.SwitchingAreas = False
 
     def customize_editor_toolbar(self) -> None:
         """``tbToolBar2``'s customize dialog: choose the buttons it shows."""
-        dialog = ToolbarCustomizeDialog(self.tbToolBar2, self)
-        if dialog.exec() == QDialog.DialogCode.Accepted:
-            dialog.apply()
-        dialog.deleteLater()
+        try:
+            dialog = ToolbarCustomizeDialog(self.tbToolBar2, self)
+            if dialog.exec() == QDialog.DialogCode.Accepted:
+                dialog.apply()
+            dialog.deleteLater()
+        except Exception as error:
+            self.session.ReportError("tbToolBar2_DblClick", error)
 
     # ================================================================ placement
 
@@ -485,39 +504,58 @@ class MainFrame(QMainWindow):
     # ================================================================ toolbars 1 and 2
 
     def tbToolBar1_ButtonClick(self, button: QAction) -> None:
-        key = button.objectName()
-        if key == "OpenFileAreas":
-            self.mnuOpenFileAreas_Click()
-        elif key == "Exit":
-            self.mnuExit_Click()
+        try:
+            key = button.objectName()
+            if key == "OpenFileAreas":
+                self.mnuOpenFileAreas_Click()
+            elif key == "Exit":
+                self.mnuExit_Click()
+        except Exception as error:
+            self.session.ReportError("tbToolBar1_ButtonClick", error)
 
     def Tool_Bar_Click(self, key: str) -> None:
         """The editor toolbar: exact key compare in table order, then the editor's handler."""
-        for toolbar_key, _menu in TOOLBAR_KEYS:
-            if toolbar_key == key:
-                editor = self.editor
-                handler = editor.handler_for_key(key) if editor is not None else None
-                if handler is not None:
-                    handler()
-                return
+        try:
+            for toolbar_key, _menu in TOOLBAR_KEYS:
+                if toolbar_key == key:
+                    editor = self.editor
+                    handler = editor.handler_for_key(key) if editor is not None else None
+                    if handler is not None:
+                        handler()
+                    return
+        except Exception as error:
+            self.session.ReportError("tbToolBar2_ButtonClick", error)
 
     def set_open_file_areas_enabled(self, enabled: bool) -> None:
         self.actOpenFileAreas.setEnabled(enabled)
         self.mnuOpenFileAreas.setEnabled(enabled)
 
     def show_no_area_bars(self) -> None:
-        """The bars of the "No area open" state (switch step 7, chooser OK step 6)."""
+        """The bars of the "No area open" state (switch step 7, chooser OK step 6).
+
+        Open File Areas is available again (the area-dependent items of Part 2.1's
+        closing), unless a chooser is shown.
+        """
         self.tbToolBar2.setVisible(False)
         self.tbToolBar3.setVisible(False)
         self.tbToolBar1.setVisible(True)
         self.sbStatusBar1.setVisible(True)
         self.sbStatusBar2.setVisible(False)
+        self.set_open_file_areas_enabled(self.chooser is None)
 
     def show_area_bars(self) -> None:
-        """Hide ``tbToolBar1``, show ``tbToolBar2`` and ``tbToolBar3``."""
+        """Hide ``tbToolBar1``, show ``tbToolBar2`` and ``tbToolBar3``.
+
+        While an area is open Open File Areas is not available: its button is
+        hidden with ``tbToolBar1``, and its menu item is disabled with it, so that
+        one editor is open at a time (Part 2.1) and the chooser's load, which
+        leaves ``AreaNumber`` at ``AreaCount`` + 1 (Part 5.2), never runs under an
+        open area.  Another area is chosen from the area box.
+        """
         self.tbToolBar1.setVisible(False)
         self.tbToolBar2.setVisible(True)
         self.tbToolBar3.setVisible(True)
+        self.set_open_file_areas_enabled(False)
 
     # ================================================================ child forms
 
@@ -546,6 +584,8 @@ class MainFrame(QMainWindow):
     def mnuOpenFileAreas_Click(self) -> None:
         session = self.session
         try:
+            if self.chooser is not None or self.editor is not None:
+                return  # disabled in these states; a shortcut or a queued trigger ends here
             path = session.area.MainNodePath
             if path == "":
                 session.ShowAlert("NoPath")
@@ -574,7 +614,7 @@ class MainFrame(QMainWindow):
         """The chooser's unload (Part 5.2): Open File Areas enabled again, pane 1 reset."""
         if self.chooser is chooser:
             self.chooser = None
-        self.set_open_file_areas_enabled(True)
+        self.set_open_file_areas_enabled(self.editor is None)
         self.set_status_text("")
 
     # ================================================================ the area forms
@@ -614,6 +654,7 @@ class MainFrame(QMainWindow):
     def show_editor(self, editor: frmEditFileArea) -> None:
         """Show the editor as a child form, focus its file list and select the first entry."""
         window = self.add_child(editor)
+        window.installEventFilter(self)
         window.showMaximized()  # the editor is the frame's work: it fills it
         self.sbStatusBar2.setVisible(True)
         names = editor.lstFileNames
@@ -737,10 +778,16 @@ class MainFrame(QMainWindow):
     # ================================================================ View
 
     def mnuViewToolbar_Click(self) -> None:
-        self.tbToolBar1.setVisible(self.mnuViewToolbar.isChecked())
+        try:
+            self.tbToolBar1.setVisible(self.mnuViewToolbar.isChecked())
+        except Exception as error:
+            self.session.ReportError("mnuViewToolbar_Click", error)
 
     def mnuViewStatusBar_Click(self) -> None:
-        self.sbStatusBar1.setVisible(self.mnuViewStatusBar.isChecked())
+        try:
+            self.sbStatusBar1.setVisible(self.mnuViewStatusBar.isChecked())
+        except Exception as error:
+            self.session.ReportError("mnuViewStatusBar_Click", error)
 
     def mnuViewOptions_Click(self) -> None:
         try:
@@ -786,36 +833,51 @@ class MainFrame(QMainWindow):
         return self.help_window
 
     def mnuHelpContents_Click(self) -> None:
-        window = self._help()
-        if window is not None:
-            window.show_contents()
+        try:
+            window = self._help()
+            if window is not None:
+                window.show_contents()
+        except Exception as error:
+            self.session.ReportError("mnuHelpContents_Click", error)
 
     def mnuHelpSearch_Click(self) -> None:
-        window = self._help()
-        if window is not None:
-            window.show_search()
+        try:
+            window = self._help()
+            if window is not None:
+                window.show_search()
+        except Exception as error:
+            self.session.ReportError("mnuHelpSearch_Click", error)
 
     def show_help_topic(self, name: str) -> None:
-        window = self._help()
-        if window is not None and not window.show_topic(name):
-            window.show_contents()
+        try:
+            window = self._help()
+            if window is not None and not window.show_topic(name):
+                window.show_contents()
+        except Exception as error:
+            self.session.ReportError("show_help_topic", error)
 
     def show_help_context(self, context: int | None) -> None:
         """The help at a context number (an OK-and-Help box's Help button)."""
-        window = self._help()
-        if window is not None and (context is None or not window.show_context(context)):
-            window.show_contents()
+        try:
+            window = self._help()
+            if window is not None and (context is None or not window.show_context(context)):
+                window.show_contents()
+        except Exception as error:
+            self.session.ReportError("show_help_context", error)
 
     def mnuHelpAbout_Click(self) -> None:
-        text = "\r".join(
-            [
-                f"Kelvane {__version__}",
-                "The file-area manager for Vandor bulletin-board operators.",
-                "",
-                f"Python {platform.python_version()}, Qt {qVersion()}, PySide6 {PYSIDE_VERSION}",
-            ]
-        )
-        self.port.message_box(MessageBox("About Kelvane", text, Buttons.OK, Icon.INFORMATION))
+        try:
+            text = "\r".join(
+                [
+                    f"Kelvane {__version__}",
+                    "The file-area manager for Vandor bulletin-board operators.",
+                    "",
+                    f"Python {platform.python_version()}, Qt {qVersion()}, PySide6 {PYSIDE_VERSION}",
+                ]
+            )
+            self.port.message_box(MessageBox("About Kelvane", text, Buttons.OK, Icon.INFORMATION))
+        except Exception as error:
+            self.session.ReportError("mnuHelpAbout_Click", error)
 
     def technical_support_text(self) -> str:
         store = self.settings.store
@@ -839,14 +901,17 @@ class MainFrame(QMainWindow):
         )
 
     def mnuTechSupportInfo_Click(self) -> None:
-        self.port.message_box(
-            MessageBox(
-                "Technical Support Info",
-                self.technical_support_text(),
-                Buttons.OK,
-                Icon.INFORMATION,
+        try:
+            self.port.message_box(
+                MessageBox(
+                    "Technical Support Info",
+                    self.technical_support_text(),
+                    Buttons.OK,
+                    Icon.INFORMATION,
+                )
             )
-        )
+        except Exception as error:
+            self.session.ReportError("mnuTechSupportInfo_Click", error)
 
 
 __all__ = ["EDITOR_BUTTONS", "MainFrame", "ToolbarCustomizeDialog"]
