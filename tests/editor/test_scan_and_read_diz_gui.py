@@ -273,3 +273,31 @@ def test_the_scan_command_reports_an_error_under_mnu_file_scan_click(
     action(editor, "mnuFileScan").trigger()
 
     assert not [form for form in search_forms() if form.isVisible()]
+
+
+def test_a_new_files_name_and_the_counter_are_painted_at_once(session, qtbot):
+    """Step 7.2: both labels repainted at once, before the archive is read (no event turn)."""
+    from PySide6.QtCore import QEvent, QObject
+
+    form = frmFileSearch(session)
+    qtbot.addWidget(form)
+    QWidget.show(form)  # on screen without loading the animation
+    qtbot.waitExposed(form)
+    painted: list[str] = []
+
+    class PaintSpy(QObject):
+        def eventFilter(self, watched, event):  # noqa: N802 - Qt's name
+            if event.type() == QEvent.Type.Paint:
+                painted.append(watched.objectName())
+            return False
+
+    spy = PaintSpy(form)
+    form.lblFoundFile.installEventFilter(spy)
+    form.lblFileCount.installEventFilter(spy)
+    QCoreApplication.processEvents()  # the first painting of the shown form
+    painted.clear()
+
+    form.set_found_file("SLOW.ZIP")
+    form.set_count("1")
+
+    assert "lblFoundFile" in painted and "lblFileCount" in painted

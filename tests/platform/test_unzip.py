@@ -746,3 +746,59 @@ def test_scan_is_much_faster_than_unzip_per_archive(tmp_path: Path) -> None:
         if shm:
             shm.cleanup()
     assert min(ours) * 5 < min(externals), (ours, externals)
+
+
+# --------------------------------------------------------------------------- without select on pipes
+
+
+@pytest.fixture
+def pipes_not_selectable(monkeypatch):
+    """The Windows path: ``select`` cannot wait on a pipe, a reader thread is used."""
+    monkeypatch.setattr(unzip, "_PIPES_SELECTABLE", False)
+
+
+def test_a_hanging_tool_is_killed_also_where_pipes_cannot_be_selected(
+    tmp_path: Path, dest: Path, pipes_not_selectable
+) -> None:
+    hang = _fake_tool(tmp_path / "fake7z", "sleep 60\n")
+    archive = tmp_path / "x.7z"
+    archive.write_bytes(b"7z\xbc\xaf\x27\x1c" + b"\0" * 64)
+    reader = ArchiveReader({"7z": hang}, timeout=0.5)
+    start = time.monotonic()
+    assert reader.extract_member(str(archive), str(dest), "FILE_ID.DIZ") == RESULT_TOOL_FAILED
+    assert time.monotonic() - start < 5
+    assert listing(dest) == []
+
+
+def test_endless_output_is_cut_also_where_pipes_cannot_be_selected(
+    tmp_path: Path, dest: Path, pipes_not_selectable
+) -> None:
+    lsar = _fake_tool(
+        tmp_path / "lsar",
+        'echo \'{"lsarContents": [{"XADFileName": "x/File_Id.Diz", "XADIndex": 0}]}\'\n',
+    )
+    unar = _fake_tool(tmp_path / "unar", "exec yes KELVANE\n")
+    archive = tmp_path / "x.rar"
+    archive.write_bytes(b"Rar!\x1a\x07\x00" + b"\0" * 64)
+    reader = ArchiveReader({"unar": unar, "lsar": lsar})
+    assert reader.extract_member(str(archive), str(dest), "FILE_ID.DIZ") == RESULT_OK
+    assert len((dest / "FILE_ID.DIZ").read_bytes()) == MAX_MEMBER_BYTES
+
+
+def test_the_archive_layer_imports_without_the_posix_resource_module(monkeypatch) -> None:
+    """Windows has no ``resource``: the module must still import (it did not).
+
+    A separate copy of the module is loaded, so the one in use is not disturbed.
+    """
+    import importlib.util
+    import sys
+
+    monkeypatch.setitem(sys.modules, "resource", None)  # import resource -> ImportError
+    spec = importlib.util.spec_from_file_location("kelvane_unzip_copy", unzip.__file__)
+    assert spec is not None and spec.loader is not None
+    copy = importlib.util.module_from_spec(spec)
+    monkeypatch.setitem(sys.modules, spec.name, copy)  # dataclasses look their module up
+    spec.loader.exec_module(copy)
+
+    assert copy.resource is None
+    assert copy.ArchiveReader().extract_member("/no/such.zip", "/tmp", "FILE_ID.DIZ") != 0

@@ -283,3 +283,23 @@ def test_read_diz_takes_the_other_archive_formats_by_their_extensions(session, t
 def test_which_names_are_taken_as_archives(name, read_diz, scan):
     assert is_read_diz_archive(name) is read_diz
     assert is_scan_archive(name) is scan
+
+
+# -- porting.md "Text": lines split on CR LF, then on a lone CR; a lone LF stays ----------
+
+
+def test_a_diz_read_splits_on_cr_lf_and_a_lone_cr_but_keeps_a_lone_lf_in_its_line(
+    session, tmp_path
+):
+    description = read_diz_of(session, tmp_path, b"Dos line\r\nMac line\rUnix one\nUnix two\n")
+
+    # The LF-only tail is one line (the original's line input), cut at 45 as any line.
+    assert description == "Dos line\r\nMac line\r\nUnix one\nUnix two\n\r\n"
+
+
+def test_a_unix_diz_longer_than_45_characters_is_one_line_cut_at_45(session, tmp_path):
+    diz = b"".join(b"Line %02d of the text\n" % number for number in range(1, 6))
+
+    description = read_diz_of(session, tmp_path, diz)
+
+    assert description == diz[:45].decode("ascii").rstrip(" ") + "\r\n"

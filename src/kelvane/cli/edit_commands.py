@@ -13,7 +13,10 @@ names ignore case).  A name matching several entries selects them all.
 Questions (the ``DeleteFiles`` and ``DeleteFilesListOnly`` confirmations)
 are asked by the command line's ``TextPort``: ``--yes`` answers OK; without
 it they are asked at a terminal, and answered Cancel when there is none.
-``erase`` takes ``--yes`` too, since it asks its own question.
+``erase`` takes ``--yes`` too, since it asks its own question.  ``refresh``
+and ``strip-uploaders`` take ``--yes`` for the one question of opening an
+area, an offline area's CD prompt (Part 1.1); ``erase`` and ``delete``
+answer that prompt with their ``--yes`` as well.
 
 ``delete`` saves the Files List only when ``ChangesMade`` is set, as the
 editor does: removing the entry of a file that is already missing does not
@@ -42,6 +45,7 @@ from kelvane.cli.common import (
     save_changes,
     select_names,
 )
+from kelvane.cli.scan_commands import add_yes_option
 from kelvane.editor.editor_view import ListEditorView
 
 if TYPE_CHECKING:
@@ -97,6 +101,7 @@ def register(subparsers: argparse._SubParsersAction[Any]) -> None:
     refresh.add_argument("--dates", action="store_true", help="refresh the Date column")
     refresh.add_argument("--sizes", action="store_true", help="refresh the Size column")
     add_main_node_option(refresh)
+    add_yes_option(refresh)
     refresh.set_defaults(handler=_refresh)
 
     erase = _add_parser(
@@ -136,6 +141,7 @@ def register(subparsers: argparse._SubParsersAction[Any]) -> None:
     strip.add_argument("area", metavar="AREA", help=AREA_HELP)
     strip.add_argument("names", metavar="NAME", nargs="*", help="entry names (default: all)")
     add_main_node_option(strip)
+    add_yes_option(strip)
     strip.set_defaults(handler=_strip_uploaders)
 
 

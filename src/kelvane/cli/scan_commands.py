@@ -15,6 +15,11 @@ the ``NoNewFilesFound`` alert's text "No new files were found at this time."
 is printed on standard output as a line of its own, nothing is written, and
 the exit status is 0.  Progress is shown on a terminal only.
 
+Both take ``--yes``, which answers OK to the questions asked while the area
+is opened: an offline area's CD prompt (Part 1.1), which the command line's
+port otherwise answers Cancel when there is no terminal to ask, so that the
+area could not be opened at all (the prompt's hint says "pass --yes").
+
 ``read-diz``: names are matched by :func:`kelvane.cli.common.select_names`:
 exactly, and only when no entry has that exact name, ignoring case (the
 board's file names ignore case).  A name matching several entries selects
@@ -71,6 +76,7 @@ def register(subparsers: argparse._SubParsersAction[Any]) -> None:
     scan.add_argument(
         "--dry-run", action="store_true", help="list what would be added; write nothing"
     )
+    add_yes_option(scan)
     scan.set_defaults(handler=_scan)
 
     read_diz = subparsers.add_parser(
@@ -82,7 +88,19 @@ def register(subparsers: argparse._SubParsersAction[Any]) -> None:
     read_diz.add_argument("area", metavar="AREA", help=AREA_HELP)
     read_diz.add_argument("names", metavar="NAME", nargs="+", help="entry names")
     add_main_node_option(read_diz)
+    add_yes_option(read_diz)
     read_diz.set_defaults(handler=_read_diz)
+
+
+YES_HELP = (
+    "answer OK to the questions asked while the area is opened (the offline CD prompt "
+    "of an offline area, which without a terminal is answered Cancel)"
+)
+
+
+def add_yes_option(parser: argparse.ArgumentParser) -> None:
+    """``--yes``: the questions of opening an area (the offline CD prompt) answered OK."""
+    parser.add_argument("--yes", action="store_true", help=YES_HELP)
 
 
 class ScanTextPort(TextPort):
@@ -169,7 +187,7 @@ def _entry_line(entry: Entry) -> str:
 def _scan(args: argparse.Namespace) -> int:
     from kelvane.editor.file_scan import run_file_scan
 
-    session = make_session(args, port=ScanTextPort())
+    session = make_session(args, port=ScanTextPort(assume_yes=bool(args.yes)))
     entries = load_area(session, args.area)
     view = ListEditorView(entries)
     session.RealFileDates = bool(args.real_dates)
@@ -215,4 +233,4 @@ def _read_diz(args: argparse.Namespace) -> int:
     return 1 if missing or not_found or failed else 0
 
 
-__all__ = ["ScanTextPort", "TerminalScanProgress", "first_line", "register"]
+__all__ = ["ScanTextPort", "TerminalScanProgress", "add_yes_option", "first_line", "register"]

@@ -18,8 +18,9 @@ Deleting is for real, so it is careful beyond the spec's words (porting.md,
 one of the area's own directories is deleted; a name holding a separator, "."
 or ".." names no file; a directory is never deleted (checked with ``lstat``
 right before unlinking); a symbolic link is removed as a link and its target
-is left alone.  A file that cannot be deleted shows no message (as the spec
-says) but leaves one entry in "Kelvane.err" naming it.
+is left alone.  A file that cannot be deleted (its attributes cannot be
+reset, it turned out to be a directory, or the system refused) shows no
+message (as the spec says) but leaves one entry in "Kelvane.err" naming it.
 
 Where the spec is silent or could be read two ways:
 
@@ -37,6 +38,7 @@ Where the spec is silent or could be read two ways:
 from __future__ import annotations
 
 import enum
+import errno
 import os
 import stat
 from dataclasses import dataclass, field
@@ -120,19 +122,35 @@ def delete_area_file(
         return DeleteResult.NOT_FOUND, None
     try:
         if _is_directory(path):
-            return DeleteResult.DIRECTORY, path
+            return _kept(session, procedure_name, DeleteResult.DIRECTORY, path)
     except OSError:
         return DeleteResult.NOT_FOUND, None
     if not ClearAttributes(path):
-        return DeleteResult.NOT_WRITABLE, path
+        return _kept(session, procedure_name, DeleteResult.NOT_WRITABLE, path)
     try:
         if _is_directory(path):
-            return DeleteResult.DIRECTORY, path
+            return _kept(session, procedure_name, DeleteResult.DIRECTORY, path)
         os.unlink(path)
     except OSError as error:
         log_undeletable(session, procedure_name, error)
         return DeleteResult.FAILED, path
     return DeleteResult.DELETED, path
+
+
+#: The system error each kind of kept file is logged with (the file named in it).
+_KEPT_ERRORS = {
+    DeleteResult.NOT_WRITABLE: (errno.EACCES, "its attributes could not be reset"),
+    DeleteResult.DIRECTORY: (errno.EISDIR, "it is a directory"),
+}
+
+
+def _kept(
+    session: Session, procedure_name: str, result: DeleteResult, path: str
+) -> tuple[DeleteResult, str | None]:
+    """A file found but not deleted: no box (the spec), one entry in "Kelvane.err" naming it."""
+    number, reason = _KEPT_ERRORS[result]
+    log_undeletable(session, procedure_name, OSError(number, "Not deleted: " + reason, path))
+    return result, path
 
 
 def _find_in_slots(lookup: FileLookup, file_paths: list[str], name: str) -> str | None:

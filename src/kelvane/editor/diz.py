@@ -16,11 +16,10 @@ Decisions where the spec leaves room (porting.md maps the rest):
   may not).  The unzip facility writes it as "FILE_ID.DIZ"; both spellings
   name the same file here, as they did there.
 - The file is read as 8-bit text in the session's code page.  Lines end at
-  CR LF, at a lone CR (as the Files List reader, porting.md "Text") and also at
-  a lone LF: DIZ files packed on Unix end their lines in LF alone, and the
-  original's line input would have run such a file together into one line
-  and kept the first 45 characters of it.  Treating LF as a line end gives the
-  description the author wrote.
+  CR LF, then at a lone CR; a lone LF stays part of its line, as the
+  original's line input kept it (porting.md "Text", binding for every reader
+  of the board's text): a DIZ packed on Unix, with LF alone, is one line, of
+  which the first 45 characters are kept, exactly as the original did.
 - A Ctrl+Z byte (0x1A, the DOS end-of-file mark that many DIZ files carry) ends
   the text, as it ended the original's sequential-file reading.
 - Only the first 1 MiB of the file is read (porting.md "Archives"; a
@@ -74,7 +73,7 @@ LINE_WIDTH = 45
 #: Only this many leading bytes of the extracted file are read.
 MAX_DIZ_BYTES = 1_048_576
 
-_LINE_END = re.compile(r"\r\n|\r|\n")
+_LINE_END = re.compile(r"\r\n|\r")
 _END_OF_FILE_MARK = b"\x1a"
 _SEPARATORS = re.compile(r"[/\\]")
 _MEMBER_FOLDED = MEMBER_NAME.casefold()

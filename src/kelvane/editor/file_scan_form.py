@@ -28,9 +28,11 @@ Decisions where the spec leaves the screen open:
   that ends at step 2 (no Work directory) shows no ``NoAVISearch`` alert.
 - Closing the window while the scan runs counts as pressing
   ``cmdQuitSearch``; the form itself closes when the scan unloads it.
-- Labels are repainted by the next turn of the event loop (one per listed
-  file), not synchronously, so a scan of many new files is not slowed by
-  painting; the status bar and labels change only when their text does.
+- Step 7.2's "repaint both labels at once": the found file's name and the
+  counter are painted as soon as the counter is set (``repaint``), before the
+  archive is read, so a slow archive shows its own name.  The other labels
+  and the status bar are painted by the next turn of the event loop (one per
+  listed file); the status bar changes only when its text does.
 """
 
 from __future__ import annotations
@@ -197,7 +199,11 @@ class frmFileSearch(QDialog):
         self.lblFoundFile.setText(name)
 
     def set_count(self, text: str) -> None:
+        """The counter; then both labels of step 7.2 are repainted at once."""
         self.lblFileCount.setText(text)
+        if self.isVisible():
+            self.lblFoundFile.repaint()
+            self.lblFileCount.repaint()
 
     def set_status(self, text: str) -> None:
         if self.sbSearch.currentMessage() != text:

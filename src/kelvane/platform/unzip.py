@@ -41,7 +41,6 @@ import functools
 import json
 import os
 import re
-import resource
 import secrets
 import selectors
 import shutil
@@ -50,12 +49,21 @@ import stat
 import struct
 import subprocess
 import tempfile
+import threading
 import time
 import zipfile
 import zlib
 from collections.abc import Callable, Iterable, Iterator, Mapping
 from dataclasses import dataclass
 from typing import IO, BinaryIO
+
+try:  # POSIX only: Windows has no ``resource`` (nor process groups, nor select on pipes)
+    import resource
+except ImportError:  # pragma: no cover - Windows
+    resource = None  # type: ignore[assignment]
+
+#: Whether ``select`` works on a pipe here (not on Windows): else a reader thread is used.
+_PIPES_SELECTABLE = os.name != "nt"
 
 __all__ = [
     "MAX_MEMBER_BYTES",
@@ -233,8 +241,67 @@ class _RunResult:
 
 
 def _kill_group(proc: subprocess.Popen[bytes]) -> None:
-    with contextlib.suppress(ProcessLookupError, PermissionError):
-        os.killpg(proc.pid, signal.SIGKILL)
+    killpg = getattr(os, "killpg", None)
+    with contextlib.suppress(ProcessLookupError, PermissionError, OSError):
+        if killpg is not None:
+            killpg(proc.pid, signal.SIGKILL)
+        else:  # pragma: no cover - Windows: no process groups
+            proc.kill()
+
+
+def _read_with_select(fd: int, limit: int, deadline: float) -> tuple[list[bytes], bool, bool]:
+    """At most *limit* bytes of the pipe until its end or *deadline*: (chunks, truncated, timed_out)."""
+    chunks: list[bytes] = []
+    total = 0
+    with selectors.DefaultSelector() as sel:
+        sel.register(fd, selectors.EVENT_READ)
+        while True:
+            remaining = deadline - time.monotonic()
+            if remaining <= 0:
+                return chunks, False, True
+            if not sel.select(remaining):
+                continue
+            chunk = os.read(fd, min(_CHUNK, limit - total))
+            if not chunk:
+                return chunks, False, False
+            chunks.append(chunk)
+            total += len(chunk)
+            if total >= limit:
+                return chunks, True, False
+
+
+def _read_with_thread(
+    fd: int, limit: int, deadline: float
+) -> tuple[list[bytes], bool, bool, threading.Thread]:
+    """The same where ``select`` cannot wait on a pipe (Windows): a daemon thread reads.
+
+    On a time-out the caller kills the tool, which ends the thread's blocking
+    read, and joins the thread before it closes the pipe.
+    """
+    chunks: list[bytes] = []
+    truncated = threading.Event()
+    finished = threading.Event()
+
+    def pump() -> None:
+        total = 0
+        try:
+            while total < limit:
+                chunk = os.read(fd, min(_CHUNK, limit - total))
+                if not chunk:
+                    return
+                chunks.append(chunk)
+                total += len(chunk)
+            truncated.set()
+        except OSError:
+            return
+        finally:
+            finished.set()
+
+    thread = threading.Thread(target=pump, name="kelvane-unzip-pipe", daemon=True)
+    thread.start()
+    timed_out = not finished.wait(max(0.0, deadline - time.monotonic()))
+    kept = list(chunks)
+    return kept, truncated.is_set() and not timed_out, timed_out, thread
 
 
 def _run(
@@ -265,28 +332,13 @@ def _run(
         return _RunResult(None, b"", False, False)
     assert proc.stdout is not None
     deadline = time.monotonic() + timeout
-    chunks: list[bytes] = []
-    total = 0
-    truncated = timed_out = False
     fd = proc.stdout.fileno()
+    pump: threading.Thread | None = None
     try:
-        with selectors.DefaultSelector() as sel:
-            sel.register(fd, selectors.EVENT_READ)
-            while True:
-                remaining = deadline - time.monotonic()
-                if remaining <= 0:
-                    timed_out = True
-                    break
-                if not sel.select(remaining):
-                    continue
-                chunk = os.read(fd, min(_CHUNK, limit - total))
-                if not chunk:
-                    break
-                chunks.append(chunk)
-                total += len(chunk)
-                if total >= limit:
-                    truncated = True
-                    break
+        if _PIPES_SELECTABLE:
+            chunks, truncated, timed_out = _read_with_select(fd, limit, deadline)
+        else:
+            chunks, truncated, timed_out, pump = _read_with_thread(fd, limit, deadline)
         if truncated or timed_out:
             _kill_group(proc)
         else:
@@ -298,8 +350,10 @@ def _run(
     finally:
         if proc.poll() is None:
             _kill_group(proc)
-        proc.stdout.close()
         proc.wait()
+        if pump is not None:  # the tool is gone: its pipe ends, and so does the reader
+            pump.join(1.0)
+        proc.stdout.close()
     return _RunResult(proc.returncode, b"".join(chunks), truncated, timed_out)
 
 
@@ -793,8 +847,9 @@ class ArchiveReader:
         cap = self.max_bytes
 
         def limit_file_size() -> None:  # pragma: no cover - runs in the child
-            resource.setrlimit(resource.RLIMIT_FSIZE, (cap, cap))
-            resource.setrlimit(resource.RLIMIT_CORE, (0, 0))  # SIGXFSZ must not dump core
+            if resource is not None:
+                resource.setrlimit(resource.RLIMIT_FSIZE, (cap, cap))
+                resource.setrlimit(resource.RLIMIT_CORE, (0, 0))  # SIGXFSZ must not dump core
 
         with _private_dir(destination) as scratch:
             result = _run(
@@ -802,7 +857,7 @@ class ArchiveReader:
                 _LISTING_LIMIT,
                 self.timeout,
                 cwd=scratch,
-                preexec_fn=limit_file_size,
+                preexec_fn=limit_file_size if resource is not None else None,
             )
             if result.timed_out:
                 return RESULT_TOOL_FAILED
