@@ -205,3 +205,17 @@ def test_the_demo_board_has_every_kind_of_area(tmp_path, capsys):
     )
     # A second run refuses to overwrite the board.
     assert main(["board", "demo", str(tmp_path / "demo")]) == 1
+
+
+def test_a_demo_directory_whose_paths_do_not_fit_is_refused_before_anything_is_made(
+    tmp_path, capsys
+):
+    """Farea.dat's paths hold 127 bytes: a deep DIR gives one clear line and status 1,
+    never a traceback, and no half-built board is left behind."""
+    directory = tmp_path / ("d" * 120)
+    assert main(["board", "demo", str(directory)]) == 1
+    err = capsys.readouterr().err
+    assert err.count("\n") == 1
+    assert err.startswith("kelvane: cannot build the demo board in ")
+    assert "does not fit an area record" in err
+    assert not directory.exists()

@@ -17,6 +17,7 @@ import zipfile
 from pathlib import Path
 
 from kelvane.board.board_tool import add_simple_area, init_board
+from kelvane.platform.farea_format import AreaRecord, check_fits
 
 DEMO_DATE = (1996, 5, 17, 12, 0, 0)
 
@@ -76,12 +77,43 @@ UPLOADER_DIZ = (
 )
 
 
+#: The area directories of the demo, under DIR/files.
+AREA_FOLDERS = ("utils", "games", "games-cd1", "games-cd2", "cdrom", "offline", "uploads", "empty")
+
+
+def check_demo_paths(root: Path) -> None:
+    """Refuse, before anything is made, a DIR whose paths do not fit ``Farea.dat``.
+
+    Every path the demo stores must fit its 127-byte field in the board's code
+    page; otherwise a half-built board would be left behind.  Raises
+    ``ValueError`` with one clear line.
+    """
+    files = root / "files"
+    longest = [files / folder / "FILES.LST" for folder in AREA_FOLDERS]
+    longest.append(files / "uploads" / "UPLOADS.IDX")
+    for path in longest:
+        text = os.fspath(path)
+        try:
+            check_fits(AreaRecord(path=text))
+        except ValueError as error:
+            reason = (
+                str(error)
+                if not isinstance(error, UnicodeError)
+                else ("it holds characters that Windows-1252 cannot store")
+            )
+            raise ValueError(
+                f"cannot build the demo board in {os.fspath(root)}: the path {text} does not "
+                f"fit an area record ({reason}); choose a shorter directory"
+            ) from error
+
+
 def build_demo_board(directory: str | os.PathLike[str]) -> Path:
     """Build the demo board under *directory*; returns its main node directory."""
     root = Path(directory).resolve()
     main_node = root / "board"
     if (main_node / "Mwork" / "Farea.dat").exists():
         raise FileExistsError(f"{main_node} already holds a board; choose an empty directory")
+    check_demo_paths(root)
     files = root / "files"
     init_board(main_node)
 

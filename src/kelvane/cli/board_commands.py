@@ -219,7 +219,7 @@ def _demo(args: argparse.Namespace) -> int:
 
     try:
         main_node = build_demo_board(args.directory)
-    except FileExistsError as error:
+    except (FileExistsError, ValueError) as error:
         raise CommandError(str(error)) from error
     except OSError as error:
         raise CommandError(

@@ -1,6 +1,6 @@
 """The command line's user port: boxes printed as text, questions asked or answered.
 
-A question is answered by ``--yes`` (OK/Yes/Retry) or, without it, with the
+A question is answered by ``--yes`` (OK/Yes) or, without it, with the
 safe answer (No/Cancel) when no terminal is attached, and asked at the
 terminal when one is.
 """
@@ -44,8 +44,8 @@ class TextPort:
         self.shown: list[MessageBox] = []
 
     def _print_box(self, box: MessageBox, stream: TextIO) -> None:
-        lines = box.text.split("\r")
-        stream.write(f"{box.title}: " + "\n  ".join(line.strip() for line in lines) + "\n")
+        # The box's own text, every character kept; each CR starts an indented line.
+        stream.write(f"{box.title}: " + "\n  ".join(box.text.split("\r")) + "\n")
         stream.flush()
 
     def message_box(self, box: MessageBox) -> Answer:
@@ -55,7 +55,10 @@ class TextPort:
             self._print_box(box, stream)
             return Answer.OK
         self._print_box(box, self.stderr)
-        if self.assume_yes:
+        if self.assume_yes and box.buttons is not Buttons.RETRY_CANCEL:
+            # --yes agrees to OK/Yes questions only.  Retry would loop for ever
+            # on a box that asks for something only a person can do (the
+            # offline CD, Part 1.1): it is asked at a terminal, else Cancel.
             answer = AGREEING_ANSWER[box.buttons]
             self.stderr.write(f"  -> {answer.value} (--yes)\n")
             return answer

@@ -40,9 +40,10 @@ from typing import Protocol
 
 from kelvane.board.file_system import ClearAttributes, MakePath, file_exists, list_directory_files
 from kelvane.board.session import DIRECTORY_SLOTS, Session
+from kelvane.board.vb_text import UCase
 from kelvane.platform.board_library import PathUtility
-from kelvane.platform.code_pages import code_page
-from kelvane.platform.short_names import directory_aliases
+from kelvane.platform.code_pages import DEFAULT_CODE_PAGE, code_page
+from kelvane.platform.short_names import directory_aliases, system_alias
 
 PROCEDURE_NAME = "Make_Index_File"
 RECORD_SIZE = 15
@@ -157,14 +158,14 @@ class NullProgress:
         return None
 
 
-def index_name(listed_name: str) -> str:
-    """The listed name trimmed of blanks and in upper case, one character for one."""
-    text = listed_name.strip(" ")
-    upper = text.upper()
-    if len(upper) == len(text):
-        return upper
-    # A character whose upper case is longer ("ß" -> "SS") stays as it is, as UCase keeps it.
-    return "".join(ch.upper() if len(ch.upper()) == 1 else ch for ch in text)
+def index_name(listed_name: str, page: str = DEFAULT_CODE_PAGE) -> str:
+    """The listed name trimmed of blanks and in upper case within the code page.
+
+    One character for one: a character whose upper case is longer ("ß" ->
+    "SS") or lies outside the page ("µ" -> Greek "Μ" in Windows-1252) stays as
+    it is, as the system's ANSI ``UCase`` keeps it.
+    """
+    return UCase(listed_name.strip(" "), page)
 
 
 def is_skipped(name: str) -> bool:
@@ -222,15 +223,23 @@ def _collect_rows(
         set_value = progress.set_value
         set_status = progress.set_status
         add_row = progress.add_row
+        page = session.code_page
+        can_encode = code_page(page).can_encode
         aliases: dict[str, str] | None = None  # computed once per directory, when first needed
         for position, listed in enumerate(names):
             set_value(position)
-            name = index_name(listed)
+            name = index_name(listed, page)
             set_status("Reading File: " + name)
-            if len(name) > LONGEST_NAME:
-                if aliases is None:
-                    aliases = directory_aliases(names, session.code_page)
-                name = index_name(aliases[listed])
+            # A name the code page cannot store (bytes that are not text in the
+            # system's encoding) is indexed under its alias as well, as the
+            # Files List writer does: never as "?" characters that name no file.
+            if len(name) > LONGEST_NAME or not (name.isascii() or can_encode(name)):
+                alias = system_alias(path, listed, page)  # Windows: the system's short name
+                if alias is None:
+                    if aliases is None:
+                        aliases = directory_aliases(names, page)
+                    alias = aliases[listed]
+                name = index_name(alias, page)
             rows.append((name, area_text))
             add_row(name, area_text)
 

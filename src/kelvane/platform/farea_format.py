@@ -141,8 +141,8 @@ def find_farea_file(main_node_path: str) -> Path | None:
 
     The exact spelling wins, then the first in sorted order (board-format.md).
     """
-    if not main_node_path:
-        return None
+    if not main_node_path or "\0" in main_node_path:
+        return None  # a NUL names no file; os.listdir would raise ValueError
     base = Path(main_node_path)
     exact = base / "Mwork" / "Farea.dat"
     if exact.is_file():

@@ -68,6 +68,7 @@ __all__ = [
     "directory_aliases",
     "is_valid_short_name",
     "resolve_alias",
+    "system_alias",
 ]
 
 _ASCII_VALID = frozenset("ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789!#$%&'()-@^_`{}~")
@@ -340,6 +341,19 @@ else:
         return None
 
 
+def system_alias(directory: str, name: str, page: str = DEFAULT_CODE_PAGE) -> str | None:
+    """The system's short name of the file *name* of *directory*, or None.
+
+    Windows only (``GetShortPathNameW``), and only when the volume has short
+    names: the answer differs from the long name, or the long name is a valid
+    8.3 name.  None elsewhere: the alias is then computed.
+    """
+    system = _system_short_name(os.path.join(directory, name))
+    if system is not None and (system != name or is_valid_short_name(name, page)):
+        return system
+    return None
+
+
 def alias_of(
     directory: str,
     name: str,
@@ -353,8 +367,8 @@ def alias_of(
     alias within the directory's listing; *name* is matched ignoring case, and
     a name not in the directory gets the alias it would have if it were added.
     """
-    system = _system_short_name(os.path.join(directory, name))
-    if system is not None and (system != name or is_valid_short_name(name, page)):
+    system = system_alias(directory, name, page)
+    if system is not None:
         return system
     listing = _get_listing(directory, page, cache)
     listed = listing.find(name)
