@@ -219,3 +219,22 @@ def test_a_demo_directory_whose_paths_do_not_fit_is_refused_before_anything_is_m
     assert err.startswith("kelvane: cannot build the demo board in ")
     assert "does not fit an area record" in err
     assert not directory.exists()
+
+
+def test_a_closed_output_pipe_ends_the_command_without_a_traceback(tmp_path):
+    from kelvane.board.board_tool import init_board, make_record
+    from kelvane.platform.farea_format import encode_record
+
+    node = tmp_path / "node"
+    path = init_board(node)
+    # More output than a pipe holds, so the writer meets the closed pipe.
+    path.write_bytes(
+        b"".join(
+            encode_record(make_record(title=f"Area {n}", path=f"/srv/{n}")) for n in range(3000)
+        )
+    )
+    command = f"{sys.executable} -m kelvane areas --main-node {node} | head -n 1"
+    result = subprocess.run(["bash", "-c", command], capture_output=True, text=True, timeout=60)
+    assert result.stdout.strip().endswith("Area 0")
+    assert "Traceback" not in result.stderr
+    assert "BrokenPipeError" not in result.stderr

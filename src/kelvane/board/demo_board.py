@@ -27,7 +27,8 @@ def _zip(path: Path, diz: str | None, payload: str) -> None:
         if diz is not None:
             info = zipfile.ZipInfo("FILE_ID.DIZ", DEMO_DATE)
             info.compress_type = zipfile.ZIP_DEFLATED
-            archive.writestr(info, diz.encode("cp1252"))
+            # DIZ files come from DOS: CR LF line ends.
+            archive.writestr(info, diz.replace("\n", "\r\n").encode("cp1252"))
         info = zipfile.ZipInfo(payload, DEMO_DATE)
         info.compress_type = zipfile.ZIP_DEFLATED
         archive.writestr(

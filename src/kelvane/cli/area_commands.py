@@ -12,6 +12,7 @@ from kelvane.cli.common import (
     AREA_HELP,
     CommandError,
     add_main_node_option,
+    add_yes_option,
     load_area,
     make_session,
 )
@@ -29,6 +30,7 @@ def register(subparsers: argparse._SubParsersAction[Any]) -> None:
     show = subparsers.add_parser("show", help="an area's Files List entries as read")
     show.add_argument("area", metavar="AREA", help=AREA_HELP)
     add_main_node_option(show)
+    add_yes_option(show)
     show.add_argument("--json", action="store_true", help="print one JSON object")
     show.set_defaults(handler=_show)
 
@@ -40,6 +42,7 @@ def register(subparsers: argparse._SubParsersAction[Any]) -> None:
     )
     rewrite.add_argument("area", metavar="AREA", help=AREA_HELP)
     add_main_node_option(rewrite)
+    add_yes_option(rewrite)
     rewrite.set_defaults(handler=_rewrite)
 
 

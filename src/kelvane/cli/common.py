@@ -31,6 +31,17 @@ class CommandError(Exception):
     """A failure the command reports in one line: exit status 1."""
 
 
+YES_HELP = (
+    "answer OK to the questions asked while the area is opened (the offline CD prompt "
+    "of an offline area, which without a terminal is answered Cancel)"
+)
+
+
+def add_yes_option(parser: argparse.ArgumentParser) -> None:
+    """``--yes``: the questions of opening an area (the offline CD prompt) answered OK."""
+    parser.add_argument("--yes", action="store_true", help=YES_HELP)
+
+
 def add_main_node_option(parser: argparse.ArgumentParser) -> None:
     parser.add_argument(
         "--main-node",

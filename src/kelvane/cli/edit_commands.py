@@ -39,13 +39,13 @@ from typing import TYPE_CHECKING, Any
 from kelvane.cli.common import (
     AREA_HELP,
     add_main_node_option,
+    add_yes_option,
     error_reported,
     load_area,
     make_session,
     save_changes,
     select_names,
 )
-from kelvane.cli.scan_commands import add_yes_option
 from kelvane.editor.editor_view import ListEditorView
 
 if TYPE_CHECKING:

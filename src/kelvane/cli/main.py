@@ -8,6 +8,7 @@ from __future__ import annotations
 
 import argparse
 import importlib
+import os
 import sys
 from collections.abc import Sequence
 
@@ -72,6 +73,12 @@ def main(argv: Sequence[str] | None = None) -> int:
     except KeyboardInterrupt:
         print("kelvane: interrupted", file=sys.stderr)
         return 130
+    except BrokenPipeError:
+        # The reader of our output went away (``kelvane areas | head``): stop
+        # quietly, and keep Python from complaining again when it flushes.
+        devnull = os.open(os.devnull, os.O_WRONLY)
+        os.dup2(devnull, sys.stdout.fileno())
+        return 1
 
 
 if __name__ == "__main__":  # pragma: no cover

@@ -41,6 +41,7 @@ from kelvane.board.user_port import Answer, Buttons, Icon, MessageBox
 from kelvane.cli.common import (
     AREA_HELP,
     add_main_node_option,
+    add_yes_option,
     error_reported,
     load_area,
     make_session,
@@ -90,17 +91,6 @@ def register(subparsers: argparse._SubParsersAction[Any]) -> None:
     add_main_node_option(read_diz)
     add_yes_option(read_diz)
     read_diz.set_defaults(handler=_read_diz)
-
-
-YES_HELP = (
-    "answer OK to the questions asked while the area is opened (the offline CD prompt "
-    "of an offline area, which without a terminal is answered Cancel)"
-)
-
-
-def add_yes_option(parser: argparse.ArgumentParser) -> None:
-    """``--yes``: the questions of opening an area (the offline CD prompt) answered OK."""
-    parser.add_argument("--yes", action="store_true", help=YES_HELP)
 
 
 class ScanTextPort(TextPort):
@@ -233,4 +223,4 @@ def _read_diz(args: argparse.Namespace) -> int:
     return 1 if missing or not_found or failed else 0
 
 
-__all__ = ["ScanTextPort", "TerminalScanProgress", "add_yes_option", "first_line", "register"]
+__all__ = ["ScanTextPort", "TerminalScanProgress", "first_line", "register"]
