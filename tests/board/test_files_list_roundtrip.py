@@ -162,3 +162,77 @@ def test_a_canonical_list_read_and_saved_gives_its_bytes(session, port, area, pa
     save(session, port, listing, read)
 
     assert listing.read_bytes() == original
+
+
+# An entry read in the writer's own layout keeps its text (Entry.as_read) and is
+# written back from it while unchanged; the bytes must be exactly those that
+# formatting the entry gives.
+
+
+@settings(
+    max_examples=60, deadline=None, suppress_health_check=[HealthCheck.function_scoped_fixture]
+)
+@given(data=st.data())
+def test_entries_written_from_their_text_as_read_give_the_bytes_formatting_gives(data, tmp_path):
+    from kelvane.board.files_list import format_files_list, parse_files_list
+
+    lines = []
+    # A lone LF anywhere turns the text-as-read off for the whole list: rare here.
+    lf = data.draw(st.sampled_from(["", "", "", "\n"]))
+    for _ in range(data.draw(st.integers(1, 8))):
+        name = data.draw(
+            st.text(
+                alphabet=st.characters(min_codepoint=0x21, max_codepoint=0x7E),
+                min_size=1,
+                max_size=12,
+            )
+        )
+        size = data.draw(
+            st.sampled_from(
+                ["        0", "      123", "000000042", " 99999999", "123456789", "   12x   "]
+            )
+        )
+        date = data.draw(st.sampled_from([" 01-02-03 ", "12-31-99  ", "          ", " 1-2-3    "]))
+        first = data.draw(st.text(alphabet="ab ~" + lf, max_size=50))
+        lines.append(name.ljust(12) + size + date + first.ljust(45))
+        for _ in range(data.draw(st.integers(0, 3))):
+            gap = data.draw(st.sampled_from([" " * 31, " " * 30 + "x"]))
+            lines.append(gap + data.draw(st.text(alphabet="cd " + lf, max_size=47)).ljust(45))
+    raw = "\r\n".join(lines) + data.draw(st.sampled_from(["\r\n", ""]))
+    directories = [str(tmp_path)] + [""] * 10
+    entries = parse_files_list(raw.encode("cp1252"), "cp1252", directories)
+    fast, _ = format_files_list(entries, "cp1252", directories)
+    plain = [Entry(e.name, e.size, e.date, e.description) for e in entries]
+    assert all(entry.as_read is None for entry in plain)
+    formatted, _ = format_files_list(plain, "cp1252", directories)
+    assert fast == formatted
+
+
+def test_a_changed_field_is_formatted_again(tmp_path):
+    from kelvane.board.files_list import format_files_list, parse_files_list
+
+    # name 1-12, size right-aligned in 13-21, " date " in 22-31, description 32-76
+    raw = (
+        "A.ZIP".ljust(12) + "5".rjust(9) + " 01-02-03 " + "First line".ljust(45) + "\r\n"
+    ).encode()
+    (entry,) = parse_files_list(raw, "cp1252", [""] * 11)
+    assert entry.text_as_read() == raw.decode("cp1252")
+    assert format_files_list([entry], "cp1252", [""] * 11)[0] == raw
+    entry.description = "Changed\r\n"
+    assert entry.text_as_read() is None
+    assert format_files_list([entry], "cp1252", [""] * 11)[0] == (
+        ("A.ZIP".ljust(12) + "5".rjust(9) + " 01-02-03 " + "Changed".ljust(45) + "\r\n").encode()
+    )
+
+
+def test_a_list_holding_a_lone_lf_is_formatted_not_copied():
+    from kelvane.board.files_list import format_files_list, parse_files_list
+
+    # The LF stays part of its line when read (porting.md) and is removed when
+    # written (Part 1.2, step 4.6), so the line cannot be copied as read.
+    line = "A.ZIP".ljust(12) + "5".rjust(9) + " 01-02-03 " + "Two\nparts".ljust(45)
+    (entry,) = parse_files_list((line + "\r\n").encode(), "cp1252", [""] * 11)
+    assert entry.as_read is None
+    assert format_files_list([entry], "cp1252", [""] * 11)[0] == (
+        ("A.ZIP".ljust(12) + "5".rjust(9) + " 01-02-03 " + "Twoparts".ljust(45) + "\r\n").encode()
+    )

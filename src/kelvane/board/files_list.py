@@ -43,7 +43,7 @@ import errno
 import os
 import secrets
 from collections.abc import Callable, Iterable, Iterator, Sequence
-from dataclasses import dataclass
+from dataclasses import dataclass, field
 from typing import overload
 
 from kelvane.board.file_system import ClearAttributes, FileLookup
@@ -79,6 +79,7 @@ SIZE_WIDTH = 9
 DATE_WIDTH = 10
 LINE_WIDTH = 45
 CONTINUATION = " " * 31
+_CONTINUATION_GAP = " " * 19  # columns 13-31 of a continuation line
 _CONTINUED = CRLF + CONTINUATION
 #: 0-based position of the "~" of an 8.3 alias (the spec's position 7).
 ALIAS_TILDE = 6
@@ -96,12 +97,32 @@ class Entry:
 
     ``size`` carries VB's ``Str`` blank (" 12345"); ``description`` is its
     lines, each followed by CR LF.
+
+    ``as_read`` is set by the reader when it found the entry in exactly the
+    layout the writer makes: the four field values it read, then the entry's
+    text.  While the fields are still those very values, ``SaveWork`` writes
+    that text back instead of formatting the entry again, so saving a large
+    list formats only the entries that changed.
     """
 
     name: str
     size: str
     date: str
     description: str
+    as_read: tuple[str, str, str, str, str] | None = field(default=None, compare=False, repr=False)
+
+    def text_as_read(self) -> str | None:
+        """The entry's text as read, when no field has been given another value since."""
+        read = self.as_read
+        if (
+            read is not None
+            and read[0] is self.name
+            and read[1] is self.size
+            and read[2] is self.date
+            and read[3] is self.description
+        ):
+            return read[4]
+        return None
 
 
 class EntryList:
@@ -218,37 +239,81 @@ def parse_files_list(
     """
     if not data:
         return []
-    lines = split_lines(code_page(page).decode(data))
+    text = code_page(page).decode(data)
+    crlf = text.count(CRLF)
+    if text.count("\r") != crlf:
+        lines = text.replace(CRLF, "\r").split("\r")
+        plain = False
+    else:
+        lines = text.split(CRLF)
+        # Every line ends in CR LF, so an entry's lines are one slice of the
+        # text: an entry read in the writer's own layout keeps it (Entry.as_read).
+        plain = text.count("\n") == crlf and "\0" not in text
+    if lines[-1] == "":
+        lines.pop()
+    elif plain:
+        text += CRLF
     aliases = cache if cache is not None else AliasCache()
     entries: list[Entry] = []
     add = entries.append
     name = size = date = description = ""
     started = False
+    dates: dict[str, str] = {}
+    position = 0  # where the current line starts in text
+    block_start = 0  # where the current entry's first line starts
+    block_ok = False  # the current entry's lines are so far the writer's own layout
     # Columns as read (0-based slices): name 1-12, size 14-21, date 23-31,
     # description 32-76.  Literal bounds keep this loop, run once per line, short.
     for line in lines:
+        line_start = position
+        position += len(line) + 2
         found = line[:12].rstrip(" ")
         if not found:
             if started:
                 description += line[31:76].rstrip(" ") + "\r\n"
+                if block_ok and (len(line) != 76 or line[12:31] != _CONTINUATION_GAP):
+                    block_ok = False
             continue
         if started:
-            add(Entry(name, size, date, description))
+            if block_ok:
+                written = text[block_start:line_start]
+                add(Entry(name, size, date, description, (name, size, date, description, written)))
+            else:
+                add(Entry(name, size, date, description))
+        block_ok = plain
         if found.find("~") == ALIAS_TILDE:
             found = _long_name(found, directories, page, aliases)
+            block_ok = False
         name = found
         digits = line[13:21].strip(" ")
         if digits.isdigit() and digits.isascii():
-            size = " " + (digits.lstrip("0") or "0")
+            digits = digits.lstrip("0") or "0"
+            size = " " + digits
         else:
             size = Str(Val(line[13:21]))
+            block_ok = False
         date = line[22:31].rstrip(" ")
         if "\r" in date:
             date = date.replace(CRLF, "")
+            block_ok = False
         description = line[31:76].rstrip(" ") + "\r\n"
         started = True
+        block_start = line_start
+        if block_ok:
+            date_field = dates.get(date)
+            if date_field is None:
+                date_field = dates[date] = (" " + date + " ").rjust(DATE_WIDTH)
+            block_ok = (
+                len(line) == 76
+                and line[12:21] == digits.rjust(SIZE_WIDTH)
+                and line[21:31] == date_field
+            )
     if started:
-        add(Entry(name, size, date, description))
+        if block_ok:
+            written = text[block_start:position]
+            add(Entry(name, size, date, description, (name, size, date, description, written)))
+        else:
+            add(Entry(name, size, date, description))
     return entries
 
 
@@ -354,6 +419,16 @@ def format_files_list(
     dates: dict[str, str] = {}  # a list holds few distinct dates: format each once
     complete = True
     for entry in entries:
+        read = entry.as_read  # Entry.text_as_read, inlined: this loop runs per entry
+        if (
+            read is not None
+            and read[0] is entry.name
+            and read[1] is entry.size
+            and read[2] is entry.date
+            and read[3] is entry.description
+        ):
+            add(read[4])  # unchanged since read, and read in the writer's own layout
+            continue
         name = entry.name
         if "\0" in name:
             name = name.replace("\0", "")
