@@ -107,7 +107,7 @@ def test_refresh_sizes_of_named_entries_only(board, capsys):
         (" 2222", OLD_DATE),
         (" 1", OLD_DATE),
     ]
-    assert "Refreshed the sizes of 1 entries." in capsys.readouterr().out
+    assert "Refreshed the sizes of 1 entry." in capsys.readouterr().out
 
 
 def test_refresh_dates_only(board):
@@ -275,7 +275,7 @@ def test_strip_uploaders_cuts_every_entry_and_saves(tmp_path, capsys):
         "Plain\r\n",
         "uploaded by: lower\r\n",
     ]
-    assert 'Cut 1 descriptions at "Uploaded By".' in capsys.readouterr().out
+    assert 'Cut 1 description at "Uploaded By".' in capsys.readouterr().out
 
 
 def test_strip_uploaders_of_named_entries_with_nothing_to_cut_saves_nothing(tmp_path, capsys):

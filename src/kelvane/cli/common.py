@@ -177,3 +177,8 @@ def save_changes(session: Session, entries: EntryList) -> bool:
         return False
     session.ChangesMade = False
     return True
+
+
+def counted(number: int, singular: str, plural: str | None = None) -> str:
+    """ "1 entry", "2 entries": a count with its noun."""
+    return f"{number} {singular if number == 1 else (plural or singular + 's')}"

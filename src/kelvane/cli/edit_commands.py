@@ -40,6 +40,7 @@ from kelvane.cli.common import (
     AREA_HELP,
     add_main_node_option,
     add_yes_option,
+    counted,
     error_reported,
     load_area,
     make_session,
@@ -194,7 +195,9 @@ def _refresh(args: argparse.Namespace) -> int:
         command(session, view)
         not_found = len(view.selected_indices())
         files_missing = files_missing or not_found > 0
-        print(f"Refreshed the {column} of {len(opened.chosen) - not_found} entries.")
+        print(
+            f"Refreshed the {column} of {counted(len(opened.chosen) - not_found, 'entry', 'entries')}."
+        )
     view.deselect_all()
     failed = error_reported(session) or not save_changes(session, opened.entries)
     return 1 if opened.missing or files_missing or failed else 0
@@ -213,7 +216,9 @@ def _erase(args: argparse.Namespace) -> int:
         if not error_reported(opened.session):
             print("kelvane: nothing erased (not confirmed; pass --yes to agree)", file=sys.stderr)
         return 1
-    print(f"Erased {erased} entries from the Files List; their files stay on disk.")
+    print(
+        f"Erased {counted(erased, 'entry', 'entries')} from the Files List; the files stay on disk."
+    )
     failed = error_reported(opened.session) or not save_changes(opened.session, opened.entries)
     return 1 if opened.missing or failed else 0
 
@@ -265,7 +270,7 @@ def _strip_uploaders(args: argparse.Namespace) -> int:
     mnuRemoveUploadBy_Click(opened.session, opened.view)
     failed = error_reported(opened.session)
     if not failed:
-        print(f'Cut {marked} descriptions at "{UPLOADER_MARKER}".')
+        print(f'Cut {counted(marked, "description")} at "{UPLOADER_MARKER}".')
     failed = not save_changes(opened.session, entries) or failed
     return 1 if opened.missing or failed else 0
 

@@ -23,6 +23,7 @@ from kelvane.cli.common import (
     CommandError,
     add_main_node_option,
     board_titles,
+    counted,
     make_session,
     resolve_area,
 )
@@ -95,7 +96,7 @@ class IndexProgress:
         number = result.area_number
         name = f"Area {number} ({self.title_of(number)})"
         if result.outcome is AreaOutcome.WRITTEN:
-            line = f"{name}: {result.written} files indexed in {result.index_path}"
+            line = f"{name}: {counted(result.written, 'file')} indexed in {result.index_path}"
             if result.in_place:
                 line += " (overwritten in place: the old file could not be made writable)"
             print(line)

@@ -42,6 +42,7 @@ from kelvane.cli.common import (
     AREA_HELP,
     add_main_node_option,
     add_yes_option,
+    counted,
     error_reported,
     load_area,
     make_session,
@@ -188,14 +189,14 @@ def _scan(args: argparse.Namespace) -> int:
     if added == 0:
         return 1 if failed else 0
     if args.dry_run:
-        print(f"Would add {added} new files to {session.area.FileListPath}:")
+        print(f"Would add {counted(added, 'new file')} to {session.area.FileListPath}:")
         for entry in new_entries:
             print("  " + _entry_line(entry))
         print("Nothing was written (--dry-run).")
         return 1 if failed else 0
     for entry in new_entries:
         print("Added " + _entry_line(entry))
-    print(f"Added {added} new files to {session.area.FileListPath}.")
+    print(f"Added {counted(added, 'new file')} to {session.area.FileListPath}.")
     failed = not save_changes(session, entries) or failed
     return 1 if failed else 0
 
