@@ -19,19 +19,18 @@ limit.  Exit status: 0 when every operation passed, 1 otherwise.
 from __future__ import annotations
 
 import argparse
-import contextlib
 import importlib.util
 import os
 import sys
 import tempfile
 import time
-from collections.abc import Callable, Iterator
+from collections.abc import Callable
 from pathlib import Path
 
 from kelvane.board.board_tool import add_simple_area, init_board
 from kelvane.board.files_list import Entry, EntryList, Load_fEditFileArealsv, SaveWork
 from kelvane.board.session import Session
-from kelvane.board.user_port import AGREEING_ANSWER, Answer, MessageBox
+from kelvane.board.user_port import AGREEING_ANSWER, SilentPort
 from kelvane.editor.delete_erase import mnuEraseFilesListOnly_Click
 from kelvane.editor.editor_view import EditorView, ListEditorView
 from kelvane.editor.refresh import mnuFileDate_Click, mnuFileLength_Click
@@ -48,27 +47,6 @@ OPERATIONS: tuple[tuple[str, str, Callable[[Session, EditorView], None]], ...] =
     ('Remove "Uploaded By"', "mnuRemoveUploadBy", mnuRemoveUploadBy_Click),
     ("Erase File / List Only", "mnuEraseFilesListOnly", mnuEraseFilesListOnly_Click),
 )
-
-
-class AgreeingPort:
-    """Answers every question with OK/Yes and keeps the boxes shown."""
-
-    def __init__(self) -> None:
-        self.shown: list[MessageBox] = []
-
-    def message_box(self, box: MessageBox) -> Answer:
-        self.shown.append(box)
-        return AGREEING_ANSWER[box.buttons]
-
-    def process_events(self) -> None:
-        return None
-
-    @contextlib.contextmanager
-    def busy(self) -> Iterator[None]:
-        yield
-
-    def browse_for_folder(self, prompt: str) -> str:
-        return ""
 
 
 def file_name(index: int) -> str:
@@ -96,7 +74,7 @@ def open_session(main_node: Path, program_dir: Path) -> Session:
     from kelvane.board.current_area import Farea_Dat_Initialize
 
     program_dir.mkdir(exist_ok=True)
-    session = Session(AgreeingPort(), program_dir=program_dir)
+    session = Session(SilentPort(AGREEING_ANSWER), program_dir=program_dir)
     session.area.MainNodePath = str(main_node)
     session.area.AreaNumber = 1
     session.area.AreaTitle = "Benchmark"

@@ -11,7 +11,7 @@ from __future__ import annotations
 
 import contextlib
 import enum
-from collections.abc import Iterator
+from collections.abc import Iterator, Mapping
 from dataclasses import dataclass
 from typing import Protocol
 
@@ -92,18 +92,21 @@ class UserPort(Protocol):
 
 
 class SilentPort:
-    """A port with nobody to ask: every box gets its safe answer, nothing is shown.
+    """A port with nobody to ask: every box gets a fixed answer, nothing is shown.
 
     Used where no user can be reached (a background rebuild, a library caller
-    that passes no port).  Boxes are kept in ``shown`` for whoever wants them.
+    that passes no port, a benchmark).  By default every box gets its safe
+    answer; ``SilentPort(AGREEING_ANSWER)`` agrees to everything.  Boxes are
+    kept in ``shown`` for whoever wants them.
     """
 
-    def __init__(self) -> None:
+    def __init__(self, answers: Mapping[Buttons, Answer] = SAFE_ANSWER) -> None:
+        self.answers = answers
         self.shown: list[MessageBox] = []
 
     def message_box(self, box: MessageBox) -> Answer:
         self.shown.append(box)
-        return SAFE_ANSWER[box.buttons]
+        return self.answers[box.buttons]
 
     def process_events(self) -> None:
         return None

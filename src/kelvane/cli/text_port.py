@@ -7,12 +7,17 @@ terminal when one is.
 
 from __future__ import annotations
 
-import contextlib
 import sys
-from collections.abc import Iterator
 from typing import TextIO
 
-from kelvane.board.user_port import AGREEING_ANSWER, SAFE_ANSWER, Answer, Buttons, MessageBox
+from kelvane.board.user_port import (
+    AGREEING_ANSWER,
+    SAFE_ANSWER,
+    Answer,
+    Buttons,
+    MessageBox,
+    SilentPort,
+)
 
 _CHOICES: dict[Buttons, tuple[tuple[str, Answer], ...]] = {
     Buttons.OK_CANCEL: (("ok", Answer.OK), ("cancel", Answer.CANCEL)),
@@ -21,7 +26,9 @@ _CHOICES: dict[Buttons, tuple[tuple[str, Answer], ...]] = {
 }
 
 
-class TextPort:
+class TextPort(SilentPort):
+    """Boxes as text on the terminal; questions asked there, or answered by the flags."""
+
     def __init__(
         self,
         *,
@@ -41,7 +48,7 @@ class TextPort:
             except (ValueError, OSError):
                 interactive = False
         self.interactive = interactive
-        self.shown: list[MessageBox] = []
+        super().__init__()
 
     def _print_box(self, box: MessageBox, stream: TextIO) -> None:
         # The box's own text, every character kept; each CR starts an indented line.
@@ -78,16 +85,6 @@ class TextPort:
             for choice, answer in choices:
                 if word and choice.startswith(word):
                     return answer
-
-    def process_events(self) -> None:
-        return None
-
-    @contextlib.contextmanager
-    def busy(self) -> Iterator[None]:
-        yield
-
-    def browse_for_folder(self, prompt: str) -> str:
-        return ""
 
 
 class TerminalProgress:
