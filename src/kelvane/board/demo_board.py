@@ -17,6 +17,9 @@ import zipfile
 from pathlib import Path
 
 from kelvane.board.board_tool import add_simple_area, init_board
+from kelvane.board.files_list import Entry, format_files_list
+from kelvane.board.vb_text import Str
+from kelvane.platform.code_pages import DEFAULT_CODE_PAGE
 from kelvane.platform.farea_format import AreaRecord, check_fits
 
 DEMO_DATE = (1996, 5, 17, 12, 0, 0)
@@ -45,23 +48,14 @@ def _age(path: Path, days: int) -> None:
     os.utime(path, (moment, moment))
 
 
-def _entry_lines(name: str, size: int, date: str, description: list[str]) -> list[str]:
-    """One entry in the Files List's fixed columns (Part 1.2)."""
-    lines = [
-        name.ljust(12)
-        + str(size).rjust(9)
-        + (" " + date + " ").rjust(10)
-        + description[0].ljust(45)
-    ]
-    lines.extend(" " * 31 + line.ljust(45) for line in description[1:])
-    return lines
-
-
 def _files_list(path: Path, entries: list[tuple[str, int, str, list[str]]]) -> None:
-    lines: list[str] = []
-    for name, size, date, description in entries:
-        lines.extend(_entry_lines(name, size, date, description))
-    path.write_bytes("".join(line + "\r\n" for line in lines).encode("cp1252"))
+    """A Files List written by the writer of Part 1.2 (the demo's lists are plain ASCII)."""
+    listed = [
+        Entry(name, Str(size), date, "".join(line + "\r\n" for line in description))
+        for name, size, date, description in entries
+    ]
+    data, _complete = format_files_list(listed, DEFAULT_CODE_PAGE, [os.fspath(path.parent)])
+    path.write_bytes(data)
 
 
 MANY_LINES = "\n".join(f"Line {n:02d} of a very long FILE_ID.DIZ" for n in range(1, 26))
