@@ -15,7 +15,8 @@ import stat
 from collections.abc import Iterable
 
 from kelvane.board.user_port import UserPort
-from kelvane.platform.short_names import AliasCache, alias_of
+from kelvane.platform.code_pages import DEFAULT_CODE_PAGE
+from kelvane.platform.short_names import AliasCache, alias_of, resolve_alias
 
 WINDOWS = os.name == "nt"
 _SEPARATORS = ("/", "\\") if WINDOWS else ("/",)
@@ -75,14 +76,20 @@ class FileLookup:
     operation over 100,000 entries does not list a directory 100,000 times.
     """
 
-    def __init__(self) -> None:
+    def __init__(self, page: str = DEFAULT_CODE_PAGE) -> None:
         self._listings: dict[str, dict[str, list[str]]] = {}
+        #: The code page of the 8.3 aliases a name may be (the Files List writes
+        #: a name it cannot store, or a long one, as its alias).
+        self.page = page
+        self._aliases = AliasCache()
 
     def clear(self) -> None:
         self._listings.clear()
+        self._aliases.clear()
 
     def forget(self, directory: str) -> None:
         self._listings.pop(directory, None)
+        self._aliases.clear()
 
     def _listing(self, directory: str) -> dict[str, list[str]]:
         listing = self._listings.get(directory)
@@ -111,6 +118,12 @@ class FileLookup:
             return None
         spellings = self._listing(directory).get(fold(name))
         if not spellings:
+            # An 8.3 alias names its long file, as the board's system's short
+            # names did ("CAF_~1.ZIP" for a name whose bytes are not text).
+            if "~" in name:
+                long_name = resolve_alias(directory, name, self.page, self._aliases)
+                if long_name is not None and fold(long_name) in self._listing(directory):
+                    return os.path.join(directory, long_name)
             return None
         # The exact spelling wins, then the first in sorted order.
         return os.path.join(directory, name if name in spellings else spellings[0])

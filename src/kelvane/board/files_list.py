@@ -42,6 +42,7 @@ from __future__ import annotations
 import errno
 import os
 import secrets
+import stat
 from collections.abc import Callable, Iterable, Iterator, Sequence
 from dataclasses import dataclass, field
 from typing import overload
@@ -353,9 +354,25 @@ def _read(session: Session) -> list[Entry]:
     if not os.path.lexists(path):
         with open(path, "ab"):
             pass
-    with open(path, "rb") as stream:
-        data = stream.read()
-    return parse_files_list(data, session.code_page, area.FilePaths)
+    return parse_files_list(_read_list_bytes(path), session.code_page, area.FilePaths)
+
+
+def _read_list_bytes(path: str) -> bytes:
+    """The bytes of the Files List at *path*; an error when it is not an ordinary file.
+
+    Opened without blocking, so a FIFO (or a device) of that name is refused
+    at once instead of waiting forever for a writer.
+    """
+    flags = os.O_RDONLY | getattr(os, "O_BINARY", 0) | getattr(os, "O_NONBLOCK", 0)
+    descriptor = os.open(path, flags)
+    try:
+        if not stat.S_ISREG(os.fstat(descriptor).st_mode):
+            raise IsADirectoryError(errno.EISDIR, "The Files List is not an ordinary file", path)
+    except BaseException:
+        os.close(descriptor)
+        raise
+    with open(descriptor, "rb") as stream:
+        return stream.read()
 
 
 # -- writing ------------------------------------------------------------------------
@@ -394,6 +411,24 @@ def _short_form(
     return name
 
 
+def _odd_name(
+    name: str, directories: Sequence[str], page: str, lookup: FileLookup, cache: AliasCache
+) -> str:
+    """A name the layout cannot hold as it is: all blanks, or a CR or LF in it.
+
+    Written as the file's alias when an area directory holds it (as a name
+    the code page cannot store); otherwise a line break becomes "?" and a
+    blank name counts as empty (the empty-name stop), since either would be
+    read back as a continuation line of the entry before.
+    """
+    short = _short_form(name, directories, page, lookup, cache)
+    if short != name:
+        return short
+    if not name.strip(" "):
+        return ""
+    return name.replace("\r", "?").replace("\n", "?")
+
+
 def format_files_list(
     entries: Iterable[Entry],
     page: str,
@@ -412,7 +447,7 @@ def format_files_list(
     "?" for the characters the page lacks.
     """
     codec = code_page(page)
-    lookup = lookup if lookup is not None else FileLookup()
+    lookup = lookup if lookup is not None else FileLookup(page)
     cache = cache if cache is not None else AliasCache()
     out: list[str] = []
     add = out.append
@@ -432,6 +467,8 @@ def format_files_list(
         name = entry.name
         if "\0" in name:
             name = name.replace("\0", "")
+        if "\r" in name or "\n" in name or not name.strip(" "):
+            name = _odd_name(name, directories, page, lookup, cache)
         if not name:
             complete = False
             break
@@ -512,7 +549,7 @@ def SaveWork(session: Session, entries: Iterable[Entry]) -> bool:
         listed = list(entries) if not isinstance(entries, (list, EntryList)) else entries
         written = len(listed)
         data, complete = format_files_list(
-            listed, session.code_page, area.FilePaths, FileLookup(), AliasCache()
+            listed, session.code_page, area.FilePaths, FileLookup(session.code_page), AliasCache()
         )
         directory = os.path.dirname(path) or os.curdir
         temporary = _create_temporary(directory, os.path.basename(path))
@@ -570,6 +607,9 @@ def _fill(temporary: str, data: bytes) -> None:
 
 def _put_in_place(path: str, temporary: str) -> None:
     """The backup rule, then the temporary file renamed to the list's name."""
+    if os.path.lexists(path) and not (os.path.islink(path) or os.path.isfile(path)):
+        # A directory, FIFO or device of the list's name is never moved or replaced.
+        raise IsADirectoryError(errno.EISDIR, "The Files List is not an ordinary file", path)
     backup = backup_path(path)
     if backup is None:
         # No backup: the previous list is replaced in one rename (the spec

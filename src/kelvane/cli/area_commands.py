@@ -15,6 +15,7 @@ from kelvane.cli.common import (
     add_yes_option,
     load_area,
     make_session,
+    not_saved_text,
 )
 from kelvane.platform.farea_format import FareaError, find_farea_file, read_all_records
 
@@ -138,5 +139,5 @@ def _rewrite(args: argparse.Namespace) -> int:
     session = make_session(args)
     entries = load_area(session, args.area)
     if not SaveWork(session, entries):
-        return 1
+        raise CommandError(not_saved_text(session.area.FileListPath))
     return 0

@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import argparse
 import os
+import sys
 from typing import TYPE_CHECKING
 
 from kelvane.board.session import Session
@@ -167,6 +168,10 @@ def error_reported(session: Session) -> bool:
     return any(box.title == ERROR_TITLE for box in shown)
 
 
+def not_saved_text(path: str) -> str:
+    return f"the Files List {path} was not saved; the list on disk is as it was"
+
+
 def save_changes(session: Session, entries: EntryList) -> bool:
     """``SaveWork`` when ``ChangesMade``, as the editor's Save Work; false when saving failed."""
     from kelvane.board.files_list import SaveWork
@@ -174,6 +179,7 @@ def save_changes(session: Session, entries: EntryList) -> bool:
     if not session.ChangesMade:
         return True
     if not SaveWork(session, entries):
+        print("kelvane: " + not_saved_text(session.area.FileListPath), file=sys.stderr)
         return False
     session.ChangesMade = False
     return True

@@ -50,12 +50,30 @@ def build_parser() -> argparse.ArgumentParser:
     return parser
 
 
+def _tolerant_output() -> None:
+    """Text the output cannot encode is escaped, never an error.
+
+    A file name whose bytes are not text in the system's encoding comes back
+    from the system with lone surrogates ("CAF\\udcc9.ZIP"); printing it to a
+    strict UTF-8 stream (a pipe, a file) would end the command with a traceback.
+    """
+    for stream in (sys.stdout, sys.stderr):
+        reconfigure = getattr(stream, "reconfigure", None)
+        if reconfigure is None or getattr(stream, "errors", None) != "strict":
+            continue
+        try:
+            reconfigure(errors="backslashreplace")
+        except (ValueError, OSError):
+            pass
+
+
 def main(argv: Sequence[str] | None = None) -> int:
     args_list = list(sys.argv[1:] if argv is None else argv)
     if not args_list:
         from kelvane.shell.application import run_desktop
 
         return run_desktop()
+    _tolerant_output()
     parser = build_parser()
     try:
         args = parser.parse_args(args_list)

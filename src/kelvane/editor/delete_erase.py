@@ -238,7 +238,7 @@ def _delete_entries(
     """
     entries = view.entries
     area = session.area
-    lookup = FileLookup()
+    lookup = FileLookup(session.code_page)
     removed: list[int] = []
     try:
         for index in selected:

@@ -141,6 +141,8 @@ def _member_name_matches(stored: str) -> bool:
 def _zip_member_in_memory(archive_path: str) -> bytes | None | _Delegate:
     """The first 1 MiB of a plain ZIP's FILE_ID.DIZ, None when it holds none, else DELEGATE."""
     try:
+        if not stat.S_ISREG(os.stat(archive_path).st_mode):
+            return DELEGATE  # a FIFO would block open() for ever
         with open(archive_path, "rb") as stream:
             if not stat.S_ISREG(os.fstat(stream.fileno()).st_mode):
                 return DELEGATE

@@ -56,7 +56,7 @@ def _read_diz(session: Session, view: EditorView) -> None:
         return
     entries = view.entries
     directories = list(session.area.FilePaths)
-    lookup = FileLookup()
+    lookup = FileLookup(session.code_page)
     stored: list[int] = []
 
     def locate(index: int) -> str | None:

@@ -93,7 +93,7 @@ def _refresh(
             return
         entries = view.entries
         file_paths = list(session.area.FilePaths)
-        lookup = FileLookup()
+        lookup = FileLookup(session.code_page)
         stored: list[int] = []
 
         def locate(index: int) -> str | None:

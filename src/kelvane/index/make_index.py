@@ -31,9 +31,11 @@ Decisions where the spec is silent:
 from __future__ import annotations
 
 import enum
+import errno
 import fnmatch
 import os
 import re
+import secrets
 import struct
 from dataclasses import dataclass
 from typing import Protocol
@@ -52,6 +54,10 @@ NAME_FIELD_SIZE = 13
 LONGEST_NAME = 12
 #: Names matching these are not written; their record numbers stay used.
 SKIPPED_PATTERNS = ("*.BAK", "FILES.*")
+
+_WRITE_CHUNK = 1 << 20
+# Indirection that tests replace to inject failures into the index write.
+_write = os.write
 
 _AREA_FIELD = struct.Struct("<h")
 _SKIPPED = re.compile("|".join(f"(?:{fnmatch.translate(pattern)})" for pattern in SKIPPED_PATTERNS))
@@ -305,18 +311,22 @@ def _write_index(
     existing = file_exists(head, tail) if head and tail else None
     if existing is not None:
         target = existing
-        if ClearAttributes(existing):
-            os.remove(existing)
-        else:
-            in_place = True  # the old file stays; old records past the new end remain
+        # When the old file can be cleared it is replaced whole (below);
+        # otherwise it stays and old records past the new end remain.
+        in_place = not ClearAttributes(existing)
 
     data, runs, written = _records(session, progress, rows)
-    with open(target, "r+b" if in_place else "wb") as index_file:
-        # Each run of written records at its own offset: gaps stay zeros in a new
-        # file and keep the old bytes in a file overwritten in place.
-        for start, end in runs:
-            index_file.seek(start)
-            index_file.write(data[start:end])
+    if in_place:
+        with open(target, "r+b") as index_file:
+            # Each run of written records at its own offset: gaps keep the old bytes.
+            for start, end in runs:
+                index_file.seek(start)
+                index_file.write(data[start:end])
+    else:
+        # The new file is whole where the runs leave gaps (they are zeros in
+        # *data*); written beside the old one and renamed over it, so a full
+        # disk or a write error leaves the previous index as it was.
+        _replace_file(target, bytes(data))
     return AreaResult(
         area_number,
         index_path,
@@ -325,6 +335,36 @@ def _write_index(
         written=written,
         in_place=in_place,
     )
+
+
+def _replace_file(target: str, data: bytes) -> None:
+    """Write *data* to a hidden temporary file beside *target*, then rename it to *target*."""
+    directory, name = os.path.split(target)
+    flags = os.O_WRONLY | os.O_CREAT | os.O_EXCL | getattr(os, "O_BINARY", 0)
+    while True:
+        temporary = os.path.join(directory, f".{name}.{secrets.token_hex(4)}.tmp")
+        try:
+            descriptor = os.open(temporary, flags, 0o666)  # the usual mode, as open() gives
+            break
+        except FileExistsError:
+            continue
+    try:
+        try:
+            view = memoryview(data)
+            while view:
+                count = _write(descriptor, view[:_WRITE_CHUNK])
+                if count <= 0:
+                    raise OSError(errno.EIO, "The write made no progress", temporary)
+                view = view[count:]
+        finally:
+            os.close(descriptor)
+        os.replace(temporary, target)
+    except BaseException:
+        try:
+            os.remove(temporary)
+        except OSError:
+            pass
+        raise
 
 
 def _index_area(

@@ -684,6 +684,8 @@ class ArchiveReader:
             return RESULT_WRITE_FAILED
         wanted = member_name.casefold()
         try:
+            if not stat.S_ISREG(os.stat(archive_path).st_mode):
+                return RESULT_NOT_AN_ARCHIVE  # a FIFO would block open() for ever
             f = open(archive_path, "rb")  # noqa: SIM115 - closed below
         except OSError:
             return RESULT_NOT_AN_ARCHIVE
