@@ -57,7 +57,7 @@ from PySide6.QtCore import (
     QTimer,
     Signal,
 )
-from PySide6.QtGui import QAction, QFontDatabase, QMouseEvent
+from PySide6.QtGui import QAction, QFontDatabase, QKeySequence, QMouseEvent
 from PySide6.QtWidgets import (
     QAbstractItemView,
     QFrame,
@@ -176,6 +176,17 @@ class FileNamesView(QListView):
             self.viewport().update()
             return
         super().selectionChanged(selected, deselected)
+
+    def dataChanged(
+        self, topLeft: QModelIndex, bottomRight: QModelIndex, roles: Sequence[int] = ()
+    ) -> None:
+        """A changed entry repaints its rows without ``QListView`` laying out every row again.
+
+        Every row has the same size (uniform item sizes) and the rows do not
+        move, so the item view's own handling (repaint, accessibility) is
+        enough; ``QListView``'s would lay out all 100,000 rows for one edit.
+        """
+        QAbstractItemView.dataChanged(self, topLeft, bottomRight, list(roles))
 
 
 class frmEditFileArea(QWidget):
@@ -313,6 +324,17 @@ class frmEditFileArea(QWidget):
             self.file_operation_actions[name] = action
             setattr(self, name, action)
         self.mnuFileOperations = operations
+        # Keys where they are natural: Ctrl+S saves the work anywhere in the editor;
+        # Delete on the file list erases the tagged entries from the list only (it
+        # asks first; the files stay on disk).  In the description box Delete edits.
+        save = self.file_operation_actions["mnuSaveWork"]
+        save.setShortcut(QKeySequence(QKeySequence.StandardKey.Save))
+        save.setShortcutContext(Qt.ShortcutContext.WidgetWithChildrenShortcut)
+        self.addAction(save)
+        erase = self.file_operation_actions["mnuEraseFilesListOnly"]
+        erase.setShortcut(QKeySequence(QKeySequence.StandardKey.Delete))
+        erase.setShortcutContext(Qt.ShortcutContext.WidgetShortcut)
+        self.lstFileNames.addAction(erase)
 
         view = QMenu("&View", self)
         view.setObjectName("mnuEditorView")

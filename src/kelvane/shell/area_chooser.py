@@ -27,7 +27,7 @@ import contextlib
 from typing import TYPE_CHECKING, Any
 
 from PySide6.QtCore import QAbstractTableModel, QModelIndex, QPersistentModelIndex, QSize, Qt
-from PySide6.QtGui import QActionGroup, QCloseEvent
+from PySide6.QtGui import QActionGroup, QCloseEvent, QKeyEvent
 from PySide6.QtWidgets import (
     QAbstractItemView,
     QHBoxLayout,
@@ -132,7 +132,9 @@ class AreaListView(QStackedWidget):
         self.icons = QListView(self)
         self.icons.setObjectName("lsvFileAreaTitlesIcons")
         self.icons.setModel(model)
-        self.icons.setUniformItemSizes(True)
+        # Not uniform: each title gets its own width (a board has some hundreds of
+        # areas at most; the batched layout keeps that quick).
+        self.icons.setUniformItemSizes(False)
         self.icons.setLayoutMode(QListView.LayoutMode.Batched)
         self.icons.setBatchSize(500)
         self.icons.setResizeMode(QListView.ResizeMode.Adjust)
@@ -188,19 +190,28 @@ class AreaListView(QStackedWidget):
             return
         self.setCurrentWidget(view)
         view.setWrapping(True)
+        large = self._view == VIEW_LARGE_ICONS
+        # Titles wrap under the large icons only; beside a small icon a title keeps
+        # one line, as wide as the longest title, so that none is cut short.
+        view.setWordWrap(large)
         if self._view == VIEW_LIST:
             view.setViewMode(QListView.ViewMode.ListMode)
             view.setFlow(QListView.Flow.TopToBottom)
             view.setIconSize(QSize(16, 16))
             view.setGridSize(QSize())
             return
-        large = self._view == VIEW_LARGE_ICONS
         view.setViewMode(QListView.ViewMode.IconMode if large else QListView.ViewMode.ListMode)
         view.setIconSize(QSize(32, 32) if large else QSize(16, 16))
-        view.setGridSize(QSize(112, 72) if large else QSize(200, 22))
+        view.setGridSize(self._large_grid() if large else QSize())
         left = self._arrange == ARRANGE_LEFT
         view.setFlow(QListView.Flow.TopToBottom if left else QListView.Flow.LeftToRight)
         view.setMovement(QListView.Movement.Static)
+
+    def _large_grid(self) -> QSize:
+        """A large icon's cell: room for two lines of about fourteen characters of title."""
+        metrics = self.icons.fontMetrics()
+        width = max(112, metrics.horizontalAdvance("M") * 9)
+        return QSize(width, 32 + 3 * metrics.lineSpacing() + 8)
 
     def column_width_twips(self, column: int) -> float:
         return pixels_to_twips(self.details.columnWidth(column))
@@ -406,6 +417,7 @@ class frmFileAreaTitles(QWidget):
 
     def show_in(self, frame: MainFrame) -> None:
         """Shown as a child form of the frame, in the saved state."""
+        size = self.size().expandedTo(self.minimumSizeHint())
         window = frame.add_child(self)
         if self.WindowState == STATE_MAXIMIZED:
             window.showMaximized()
@@ -413,6 +425,13 @@ class frmFileAreaTitles(QWidget):
             window.showMinimized()
         else:
             window.show()
+            # The child window opens at the form's designed size (showing it shrinks
+            # it to the layout's minimum), within the frame's work area.
+            room = frame.mdiArea.viewport().size()
+            window.resize(
+                min(size.width() + window.width() - self.width(), max(room.width(), 200)),
+                min(size.height() + window.height() - self.height(), max(room.height(), 150)),
+            )
         self.lsvFileAreaTitles.setFocus()
 
     # ================================================================ commands
@@ -455,6 +474,22 @@ class frmFileAreaTitles(QWidget):
             # OK always ends with the chooser unloaded (Part 5.2, State and lifecycle).
             with contextlib.suppress(Exception):
                 self.unload()
+
+    def keyPressEvent(self, event: QKeyEvent) -> None:
+        """Enter is OK (or the focused button), Escape is Cancel, as in a dialog."""
+        key = event.key()
+        if key in (Qt.Key.Key_Return, Qt.Key.Key_Enter):
+            focused = self.focusWidget()
+            button = focused if isinstance(focused, QPushButton) else self.cmdOK
+            if button.isEnabled():
+                button.click()
+            event.accept()
+            return
+        if key == Qt.Key.Key_Escape:
+            self.cmdCancel.click()
+            event.accept()
+            return
+        super().keyPressEvent(event)
 
     def cmdCancel_Click(self) -> None:
         try:

@@ -15,6 +15,7 @@ import re
 from dataclasses import dataclass
 
 from PySide6.QtCore import Qt, QUrl
+from PySide6.QtGui import QKeyEvent
 from PySide6.QtWidgets import (
     QHBoxLayout,
     QLabel,
@@ -159,6 +160,14 @@ class HelpWindow(QWidget):
             self.lstTopics.item(row).data(Qt.ItemDataRole.UserRole)
             for row in range(self.lstTopics.count())
         ]
+
+    def keyPressEvent(self, event: QKeyEvent) -> None:
+        """Escape closes the help window."""
+        if event.key() == Qt.Key.Key_Escape:
+            self.close()
+            event.accept()
+            return
+        super().keyPressEvent(event)
 
     # -- inside --------------------------------------------------------------------------
 

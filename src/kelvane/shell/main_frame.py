@@ -100,13 +100,15 @@ DESIGN_SHARE = 0.75
 
 SP = QStyle.StandardPixmap
 
-#: The editor toolbar's buttons: key -> (caption, tooltip, standard icon), in Part 5.1's order.
+#: The editor toolbar's buttons: key -> (command, status tip, standard icon), in Part 5.1's
+#: order.  The command is the editor menu's caption without its "&" (Parts 2.1 to 3.2) and
+#: is the button's text and tooltip; the status tip says what it does.
 EDITOR_BUTTONS: dict[str, tuple[str, str, QStyle.StandardPixmap]] = {
-    "Close": ("Close", "Close this File Area", SP.SP_DialogCloseButton),
-    "DownOneFile": ("Down", "Move the selection one file down", SP.SP_ArrowDown),
-    "UpOneFile": ("Up", "Move the selection one file up", SP.SP_ArrowUp),
-    "SelectAllFiles": ("Select All", "Select all files", SP.SP_DialogYesButton),
-    "UnselectAllFiles": ("Unselect All", "Clear the selection", SP.SP_DialogNoButton),
+    "Close": ("Close", "Close this File Area", SP.SP_TitleBarCloseButton),
+    "DownOneFile": ("Down One File", "Move the selection one file down", SP.SP_ArrowDown),
+    "UpOneFile": ("Up One File", "Move the selection one file up", SP.SP_ArrowUp),
+    "SelectAllFiles": ("Select all Files", "Select all files", SP.SP_DialogApplyButton),
+    "UnselectAllFiles": ("No Select all Files", "Clear the selection", SP.SP_DialogNoButton),
     "SaveWork": ("Save Work", "Save the Files List", SP.SP_DialogSaveButton),
     "DeleteFiles": (
         "Delete Files",
@@ -114,9 +116,9 @@ EDITOR_BUTTONS: dict[str, tuple[str, str, QStyle.StandardPixmap]] = {
         SP.SP_TrashIcon,
     ),
     "EraseFilesListsOnly": (
-        "Erase Entries",
+        "Erase File / List Only",
         "Erase the selected entries from the Files List only",
-        SP.SP_DialogDiscardButton,
+        SP.SP_DialogResetButton,
     ),
     "FileScan": (
         "File Scan",
@@ -129,10 +131,10 @@ EDITOR_BUTTONS: dict[str, tuple[str, str, QStyle.StandardPixmap]] = {
         "Refresh the selected entries' sizes",
         SP.SP_FileDialogDetailedView,
     ),
-    "MoveFiles": ("Move Files", "Move the selected files to another File Area", SP.SP_ArrowForward),
+    "MoveFiles": ("Move Files", "Move the selected files to another File Area", SP.SP_DirLinkIcon),
     "ReadDiz": ("Read DIZ", "Take descriptions from the archives' FILE_ID.DIZ", SP.SP_FileIcon),
     "RemoveUploadedBy": (
-        "Remove Uploaded By",
+        'Remove "Uploaded By"',
         'Strip the "Uploaded By" lines from the selected descriptions',
         SP.SP_LineEditClearButton,
     ),
@@ -172,6 +174,14 @@ class ToolbarCustomizeDialog(QDialog):
         layout = QVBoxLayout(self)
         layout.addWidget(self.lstButtons)
         layout.addWidget(buttons)
+        # Every button in view without scrolling, its whole caption readable.
+        rows = self.lstButtons.count()
+        if rows:
+            frame = 2 * self.lstButtons.frameWidth() + 4
+            self.lstButtons.setMinimumSize(
+                self.lstButtons.sizeHintForColumn(0) + frame + 24,
+                self.lstButtons.sizeHintForRow(0) * rows + frame,
+            )
 
     def apply(self) -> None:
         shown = {
@@ -283,7 +293,7 @@ class MainFrame(QMainWindow):
         self.actOpenFileAreas = action("OpenFileAreas", "Open File Areas", pixmap=SP.SP_DirOpenIcon)
         self.actOpenFileAreas.setToolTip("Open File Areas")
         self.actExit = action("Exit", "Exit", pixmap=SP.SP_DialogCloseButton)
-        self.actExit.setToolTip("Exit Kelvane")
+        self.actExit.setToolTip("Exit")
         self.tbToolBar1.addAction(self.actOpenFileAreas)
         self.tbToolBar1.addSeparator()
         self.tbToolBar1.addAction(self.actExit)
@@ -294,9 +304,10 @@ class MainFrame(QMainWindow):
         self.tbToolBar2 = QToolBar("Editor", self)
         self.tbToolBar2.setObjectName("tbToolBar2")
         for key, _menu in TOOLBAR_KEYS:
-            caption, tip, pixmap = EDITOR_BUTTONS[key]
-            button = action(key, caption, pixmap=pixmap)
-            button.setToolTip(tip)
+            command, status_tip, pixmap = EDITOR_BUTTONS[key]
+            button = action(key, command, pixmap=pixmap)
+            button.setToolTip(command)
+            button.setStatusTip(status_tip)
             self.tbToolBar2.addAction(button)
         self.tbToolBar2.actionTriggered.connect(
             lambda button: self.Tool_Bar_Click(button.objectName())
