@@ -184,7 +184,9 @@ class FileNamesModel(_EntryRows, QAbstractListModel):
         self._attach(entries)
 
     def rowCount(self, parent: ModelIndex = QModelIndex()) -> int:  # noqa: B008
-        return self._row_count(parent)
+        # Inlined ``_row_count``: a list view calls this about twice per row
+        # each time it lays out its rows (100,000 rows after a removal).
+        return 0 if parent.isValid() else self._count
 
     def data(self, index: ModelIndex, role: int = Qt.ItemDataRole.DisplayRole) -> Any:
         if role not in (Qt.ItemDataRole.DisplayRole, RawTextRole, Qt.ItemDataRole.EditRole):

@@ -15,10 +15,12 @@ Decisions where the spec leaves room:
   to upper case, built once and updated as entries are added: the spec's
   exact, case-insensitive, whole-entry comparison without a linear search.
 - New entries are handed to the view in batches (:data:`APPEND_BATCH`
-  entries, at the end of each directory, and whenever the scan ends, also
-  when it is stopped or fails), so a large scan does not repaint the editor
-  once per file.  The name set is updated at once, so a second spelling of a
-  name later in the same scan is not added twice.
+  entries or a quarter of the list's length, whichever is more; at the end
+  of each directory, and whenever the scan ends, also when it is stopped or
+  fails), so a large scan does not repaint the editor once per file, nor lay
+  out a list of 100,000 names again every 256 files.  The name set is
+  updated at once, so a second spelling of a name later in the same scan is
+  not added twice.
 - The quit button is tested where the spec tests it: before each directory
   and before each file.  A press seen while file N's events run therefore
   lets file N finish and stops before file N + 1.
@@ -252,7 +254,9 @@ class _FileScan:
                 description,
             )
         )
-        if len(self.pending) >= APPEND_BATCH:
+        # A batch is also at least a quarter of the list: a view lays out all its
+        # rows again for each batch, which then costs O(1) per new entry.
+        if len(self.pending) >= max(APPEND_BATCH, len(self.view.entries) >> 2):
             self._flush()
 
     def _flush(self) -> None:

@@ -33,11 +33,20 @@ Decisions where the spec leaves the screen open:
   archive is read, so a slow archive shows its own name.  The other labels
   and the status bar are painted by the next turn of the event loop (one per
   listed file); the status bar changes only when its text does.
+- Painting is throttled, event processing is not: while the form is shown,
+  the found file, the counter, the status bar and the progress bar take their
+  latest values at most once per :data:`PAINT_INTERVAL` (and always when the
+  form hides), since painting them costs more per file than the scan itself
+  (20,000 new files: about 100 us a file against the scan's 40).  The event
+  loop still turns once per listed file (an idle turn costs about 1 us), so a
+  press of ``cmdQuitSearch`` is seen before the next file.  A hidden form
+  takes every value at once (nothing to paint).
 """
 
 from __future__ import annotations
 
 import os
+import time
 from typing import TYPE_CHECKING, Any
 
 from PySide6.QtCore import QCoreApplication, Qt
@@ -67,6 +76,8 @@ FOUND_FILE_CAPTION = "Found New File  :"
 FILE_COUNT_CAPTION = "Number of New Files Found:"
 QUIT_CAPTION = "&Quit Search"
 ANIMATION_FILE = ("AVI", "SEARCH.AVI")
+#: Seconds between two paintings of the progress controls while the form is shown.
+PAINT_INTERVAL = 0.04
 
 
 class frmFileSearch(QDialog):
@@ -80,6 +91,13 @@ class frmFileSearch(QDialog):
         self.setModal(False)
         self.animation: Animation | None = None
         self._loaded = False
+        #: Values not painted yet (see ``PAINT_INTERVAL``); None: nothing pending.
+        self._found: str | None = None
+        self._count: str | None = None
+        self._status: str | None = None
+        self._value: int | None = None
+        #: ``time.monotonic()`` from which the controls may be painted again.
+        self._next_paint = 0.0
         self._build()
 
     def _build(self) -> None:
@@ -187,39 +205,74 @@ class frmFileSearch(QDialog):
         super().show()
 
     def hide(self) -> None:
+        self._paint_pending()
         if self.animation is not None:
             self.animation.stop()
         self._loaded = False
         super().hide()
 
+    def _paint_due(self) -> bool:
+        """Whether the pending values go to the controls now: hidden, or the interval is over."""
+        return not self.isVisible() or time.monotonic() >= self._next_paint
+
+    def _paint_pending(self) -> bool:
+        """Every pending value into its control; true when the found file or counter changed."""
+        labels = False
+        if self._found is not None:
+            self.lblFoundFile.setText(self._found)
+            self._found = None
+            labels = True
+        if self._count is not None:
+            self.lblFileCount.setText(self._count)
+            self._count = None
+            labels = True
+        if self._status is not None:
+            if self.sbSearch.currentMessage() != self._status:
+                self.sbSearch.showMessage(self._status)
+            self._status = None
+        if self._value is not None:
+            self.prbSearch.setValue(self._value)
+            self._value = None
+        self._next_paint = time.monotonic() + PAINT_INTERVAL
+        return labels
+
     def set_searching_path(self, text: str) -> None:
         self.lblSearchPath.setText(text)
 
     def set_found_file(self, name: str) -> None:
-        self.lblFoundFile.setText(name)
+        self._found = name
+        if not self.isVisible():
+            self._paint_pending()
 
     def set_count(self, text: str) -> None:
-        """The counter; then both labels of step 7.2 are repainted at once."""
-        self.lblFileCount.setText(text)
-        if self.isVisible():
+        """The counter; then both labels of step 7.2 are repainted at once (when due)."""
+        self._count = text
+        if self._paint_due() and self._paint_pending() and self.isVisible():
             self.lblFoundFile.repaint()
             self.lblFileCount.repaint()
 
     def set_status(self, text: str) -> None:
-        if self.sbSearch.currentMessage() != text:
-            self.sbSearch.showMessage(text)
+        self._status = text
+        if not self.isVisible():
+            self._paint_pending()
 
     def set_range(self, maximum: int) -> None:
+        self._value = None
         self.prbSearch.setRange(0, maximum)
 
     def set_value(self, value: int) -> None:
-        self.prbSearch.setValue(value)
+        self._value = value
+        if not self.isVisible():
+            self._paint_pending()
 
     def focus_quit(self) -> None:
         if not self.cmdQuitSearch.hasFocus():
             self.cmdQuitSearch.setFocus()
 
     def process_events(self) -> None:
+        """One turn of the event loop (every file); the pending values first when due."""
+        if self._paint_due():
+            self._paint_pending()
         QCoreApplication.processEvents()
 
 
