@@ -14,21 +14,66 @@ def _load(session, main_node, number, title="Area"):
     return Farea_Dat_Initialize(session)
 
 
-def test_a_record_whose_flags_read_no_in_lower_case_is_treated_as_yes(session, tmp_path):
+def test_a_record_whose_flags_read_no_in_lower_case_is_treated_as_yes(session, port, tmp_path):
     board = tmp_path / "board"
     init_board(board)
     number = add_simple_area(
-        board, "Lower", tmp_path / "files", private="no", cdrom="no", alias="no", master="no"
+        board,
+        "Lower",
+        tmp_path / "files",
+        private="no",
+        cdrom="no",
+        alias="no",
+        offline="no",
+        master="no",
+        index=str(tmp_path / "files" / "LOWER.IDX"),
+    )
+    # Offline "no" reads as Yes: the offline CD prompt comes (answered OK; the
+    # directory is there, so the retry loop ends at once).
+    port.expect(
+        title="Kelvane Alert!",
+        contains="Please insert Offline CD Disc #0\rfor File Area: Lower\r",
+        buttons=Buttons.OK_CANCEL,
+        icon=Icon.INFORMATION,
+        answer=Answer.OK,
+    )
+    assert _load(session, board, number, "Lower")
+    area = session.area
+    assert (
+        area.IsPrivate,
+        area.IsCDRom,
+        area.AllowAlias,
+        area.IsOffline,
+        area.UsesMasterIndex,
+    ) == (True, True, True, True, True)
+    # Master index "no" is Yes, so the area is not tracked for Make Index.
+    assert area.TrackForIndex is False
+    assert len(port.shown) == 1
+
+
+def test_flags_that_read_exactly_no_are_false(session, tmp_path):
+    # The contrast to the lower-case bullet: only the exact text "No" gives false.
+    board = tmp_path / "board"
+    init_board(board)
+    number = add_simple_area(
+        board,
+        "Upper",
+        tmp_path / "files",
+        private="No",
+        cdrom="No",
+        alias="No",
+        offline="No",
+        master="No",
     )
     assert _load(session, board, number)
     area = session.area
-    assert (area.IsPrivate, area.IsCDRom, area.AllowAlias, area.UsesMasterIndex) == (
-        True,
-        True,
-        True,
-        True,
-    )
-    assert area.IsOffline is False  # the default "No" stays false
+    assert (
+        area.IsPrivate,
+        area.IsCDRom,
+        area.AllowAlias,
+        area.IsOffline,
+        area.UsesMasterIndex,
+    ) == (False, False, False, False, False)
 
 
 def test_an_offline_area_with_an_empty_file_path_skips_the_cd_prompt_and_fails_with_cannotfindfileareapath(
@@ -77,7 +122,7 @@ def test_an_additional_path_that_does_not_exist_is_created_with_all_missing_pare
     assert missing.is_dir()
 
 
-def test_an_area_with_an_index_path_and_the_master_index_flag_set_is_not_tracked_for_make_index(
+def test_an_area_with_an_index_path_and_the_master_index_flag_set_is_not_tracked_for_make_index_one_with_the_flag_clear_is_unless_the_index_directory_cannot_be_made(
     session, tmp_path
 ):
     board = tmp_path / "board"

@@ -92,6 +92,7 @@ def test_names_such_as_files_bak_old_bak_and_files_lst_are_never_added_nor_the_f
         "OLD.BAK",
         "old.Bak",
         "FILES.LST",
+        "files.lst",
         "Files.Txt",
         "files",  # not "FILES.*": no dot
         "AREA7.LST",  # the Files List's name, whatever its case on disk
