@@ -4,7 +4,6 @@ from __future__ import annotations
 
 import os
 import tempfile
-import time
 import zlib
 from pathlib import Path
 
@@ -219,13 +218,12 @@ def test_unknown_code_page() -> None:
         directory_aliases(["x"], "no-such-page")
 
 
-def test_hundred_thousand_names_quickly() -> None:
+def test_hundred_thousand_names_sharing_a_base_get_distinct_aliases() -> None:
+    # Speed is measured by bench/make_index.py, not asserted here.
     names = [f"Long file name number {n}.zip" for n in range(100_000)]
-    start = time.perf_counter()
     aliases = directory_aliases(names)
-    elapsed = time.perf_counter() - start
     assert len({a.upper() for a in aliases.values()}) == len(names)
-    assert elapsed < 15
+    assert all(len(alias) <= 12 for alias in aliases.values())
 
 
 def test_overflow_past_nine_hashed_tails(monkeypatch: pytest.MonkeyPatch) -> None:

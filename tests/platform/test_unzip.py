@@ -4,7 +4,6 @@ from __future__ import annotations
 
 import os
 import subprocess
-import tempfile
 import time
 import zipfile
 from pathlib import Path
@@ -206,9 +205,7 @@ def test_requested_name_with_path_is_refused(tmp_path: Path, dest: Path) -> None
 def test_huge_member_is_cut_at_one_mib(tmp_path: Path, dest: Path) -> None:
     archive = make_big_zip(tmp_path / "BOMB.ZIP", "FILE_ID.DIZ", 100 * 1024 * 1024)
     assert archive.stat().st_size < 2 * 1024 * 1024
-    start = time.monotonic()
     assert extract_description_member(str(archive), str(dest)) == RESULT_OK
-    assert time.monotonic() - start < 2.0
     data = (dest / "FILE_ID.DIZ").read_bytes()
     assert len(data) == MAX_MEMBER_BYTES == 1_048_576
     assert data.startswith(b"This line repeats")
@@ -695,57 +692,6 @@ def test_missing_tool_binary_gives_nonzero(tmp_path: Path, dest: Path) -> None:
     reader = ArchiveReader({"7z": str(tmp_path / "no-such-7z")})
     assert reader.extract_member(str(archive), str(dest), "FILE_ID.DIZ") != RESULT_OK
     assert listing(dest) == []
-
-
-# --------------------------------------------------------------------------- speed
-
-
-def _scan_destination(tmp_path: Path) -> tempfile.TemporaryDirectory[str] | None:
-    """tmpfs when there is one: this VM's ext4 takes 0.01-0.4 ms to create an inode, noise
-    that has nothing to do with the facility (both sides below write into it)."""
-    shm = Path("/dev/shm")
-    if shm.is_dir() and os.access(shm, os.W_OK):
-        return tempfile.TemporaryDirectory(dir=shm, prefix="kelvane-test-")
-    return None
-
-
-@needs_unzip
-def test_scan_is_much_faster_than_unzip_per_archive(tmp_path: Path) -> None:
-    assert UNZIP
-    count = 150
-    archives = [
-        make_zip(
-            tmp_path / f"F{i:04d}.ZIP",
-            [("PROG.EXE", os.urandom(2000)), ("FILE_ID.DIZ", DIZ + str(i).encode())],
-        )
-        for i in range(count)
-    ]
-    shm = _scan_destination(tmp_path)
-    out = Path(shm.name) if shm else tmp_path / "out"
-    out.mkdir(exist_ok=True)
-    try:
-        externals, ours = [], []
-        for _ in range(3):  # best of three, interleaved
-            start = time.perf_counter()
-            for archive in archives:
-                with open(out / "UNZIP.DIZ", "wb") as sink:
-                    subprocess.run(
-                        [UNZIP, "-p", str(archive), "FILE_ID.DIZ"],
-                        stdin=subprocess.DEVNULL,
-                        stdout=sink,
-                        check=True,
-                    )
-            externals.append(time.perf_counter() - start)
-            start = time.perf_counter()
-            for archive in archives:
-                assert extract_description_member(str(archive), str(out)) == RESULT_OK
-            ours.append(time.perf_counter() - start)
-        assert (out / "FILE_ID.DIZ").read_bytes() == DIZ + str(count - 1).encode()
-        assert (out / "UNZIP.DIZ").read_bytes() == DIZ + str(count - 1).encode()
-    finally:
-        if shm:
-            shm.cleanup()
-    assert min(ours) * 5 < min(externals), (ours, externals)
 
 
 # --------------------------------------------------------------------------- without select on pipes
