@@ -41,7 +41,6 @@ from __future__ import annotations
 
 import errno
 import os
-import secrets
 import stat
 from collections.abc import Callable, Iterable, Iterator, Sequence
 from dataclasses import dataclass, field
@@ -53,6 +52,7 @@ from kelvane.board.user_port import Buttons, Icon, MessageBox
 from kelvane.board.vb_text import Str, UCase, Val, plain_number
 from kelvane.platform.code_pages import code_page
 from kelvane.platform.short_names import AliasCache, alias_of, resolve_alias
+from kelvane.platform.temporary_files import create_temporary, write_all
 
 __all__ = [
     "BACKUP_NAME",
@@ -86,7 +86,6 @@ _CONTINUED = CRLF + CONTINUATION
 ALIAS_TILDE = 6
 #: Digits beyond this many lose precision in VB's Double; they take Val's way.
 _EXACT_DIGITS = 15
-_WRITE_CHUNK = 1 << 20
 
 # Indirection that tests replace to inject failures into the write.
 _write = os.write
@@ -572,37 +571,20 @@ def SaveWork(session: Session, entries: Iterable[Entry]) -> bool:
 
 
 def _create_temporary(directory: str, list_name: str) -> str:
-    """Create an empty temporary file in *directory*; its path.
-
-    The name starts with a dot, so no scan of the area takes it for a new file.
-    """
-    flags = os.O_WRONLY | os.O_CREAT | os.O_EXCL | getattr(os, "O_BINARY", 0)
-    for _attempt in range(100):
-        candidate = os.path.join(directory, f".{list_name}.{secrets.token_hex(4)}.tmp")
-        try:
-            descriptor = os.open(candidate, flags, 0o666)
-        except FileExistsError:
-            continue
-        os.close(descriptor)
-        return candidate
-    raise FileExistsError(errno.EEXIST, "No free name for a temporary file", directory)
+    """Create an empty hidden temporary file for the list in *directory*; its path."""
+    temporary, descriptor = create_temporary(directory, list_name)
+    os.close(descriptor)
+    return temporary
 
 
 def _fill(temporary: str, data: bytes) -> None:
     """Write *data* to the file *temporary*, flush it to the disk and close it."""
     descriptor = os.open(temporary, os.O_WRONLY | getattr(os, "O_BINARY", 0))
     try:
-        view = memoryview(data)
-        while view:
-            count = _write(descriptor, view[:_WRITE_CHUNK])
-            if count <= 0:
-                raise OSError(errno.EIO, "The write made no progress", temporary)
-            view = view[count:]
+        write_all(descriptor, data, temporary, _write)
         os.fsync(descriptor)
-    except BaseException:
+    finally:
         os.close(descriptor)
-        raise
-    os.close(descriptor)
 
 
 def _put_in_place(path: str, temporary: str) -> None:

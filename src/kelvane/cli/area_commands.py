@@ -7,7 +7,7 @@ import json
 from typing import Any
 
 from kelvane.board.vb_text import Val
-from kelvane.cli.board_commands import record_as_json
+from kelvane.cli.board_commands import print_records_json
 from kelvane.cli.common import (
     AREA_HELP,
     CommandError,
@@ -65,13 +65,7 @@ def _areas(args: argparse.Namespace) -> int:
     except FareaError as error:
         raise CommandError(str(error)) from error
     if args.json:
-        print(
-            json.dumps(
-                [record_as_json(n, r) for n, r in enumerate(records, 1)],
-                indent=2,
-                ensure_ascii=False,
-            )
-        )
+        print_records_json(records)
         return 0
     if not records:
         print("The board has no areas.")

@@ -184,19 +184,22 @@ def record_as_json(number: int, record: AreaRecord) -> dict[str, Any]:
     }
 
 
+def print_records_json(records: list[AreaRecord]) -> None:
+    """The records as a JSON list of objects (``board show --json``, ``areas --json``)."""
+    print(
+        json.dumps(
+            [record_as_json(n, r) for n, r in enumerate(records, 1)], indent=2, ensure_ascii=False
+        )
+    )
+
+
 def _show(args: argparse.Namespace) -> int:
     try:
         records = read_board(args.main_node)
     except FareaError as error:
         raise CommandError(str(error)) from error
     if args.json:
-        print(
-            json.dumps(
-                [record_as_json(n, r) for n, r in enumerate(records, 1)],
-                indent=2,
-                ensure_ascii=False,
-            )
-        )
+        print_records_json(records)
         return 0
     if not records:
         print("The board has no areas.")

@@ -31,11 +31,9 @@ Decisions where the spec is silent:
 from __future__ import annotations
 
 import enum
-import errno
 import fnmatch
 import os
 import re
-import secrets
 import struct
 from dataclasses import dataclass
 from typing import Protocol
@@ -46,6 +44,7 @@ from kelvane.board.vb_text import UCase
 from kelvane.platform.board_library import PathUtility
 from kelvane.platform.code_pages import DEFAULT_CODE_PAGE, code_page
 from kelvane.platform.short_names import directory_aliases, system_alias
+from kelvane.platform.temporary_files import create_temporary, write_all
 
 PROCEDURE_NAME = "Make_Index_File"
 RECORD_SIZE = 15
@@ -55,7 +54,6 @@ LONGEST_NAME = 12
 #: Names matching these are not written; their record numbers stay used.
 SKIPPED_PATTERNS = ("*.BAK", "FILES.*")
 
-_WRITE_CHUNK = 1 << 20
 # Indirection that tests replace to inject failures into the index write.
 _write = os.write
 
@@ -340,22 +338,10 @@ def _write_index(
 def _replace_file(target: str, data: bytes) -> None:
     """Write *data* to a hidden temporary file beside *target*, then rename it to *target*."""
     directory, name = os.path.split(target)
-    flags = os.O_WRONLY | os.O_CREAT | os.O_EXCL | getattr(os, "O_BINARY", 0)
-    while True:
-        temporary = os.path.join(directory, f".{name}.{secrets.token_hex(4)}.tmp")
-        try:
-            descriptor = os.open(temporary, flags, 0o666)  # the usual mode, as open() gives
-            break
-        except FileExistsError:
-            continue
+    temporary, descriptor = create_temporary(directory, name)
     try:
         try:
-            view = memoryview(data)
-            while view:
-                count = _write(descriptor, view[:_WRITE_CHUNK])
-                if count <= 0:
-                    raise OSError(errno.EIO, "The write made no progress", temporary)
-                view = view[count:]
+            write_all(descriptor, data, temporary, _write)
         finally:
             os.close(descriptor)
         os.replace(temporary, target)
