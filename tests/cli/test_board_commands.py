@@ -238,3 +238,14 @@ def test_a_closed_output_pipe_ends_the_command_without_a_traceback(tmp_path):
     assert result.stdout.strip().endswith("Area 0")
     assert "Traceback" not in result.stderr
     assert "BrokenPipeError" not in result.stderr
+
+
+def test_text_the_code_page_cannot_store_is_refused_naming_the_field(tmp_path, capsys):
+    node = tmp_path / "node"
+    main(["board", "init", str(node)])
+    capsys.readouterr()
+    assert main(["board", "add", str(node), "--title", "\u0100rea", "--path", "/a"]) == 1
+    assert capsys.readouterr().err == (
+        "kelvane: Title holds '\u0100' (U+0100), which the code page cp1252 cannot store\n"
+    )
+    assert (node / "Mwork" / "Farea.dat").read_bytes() == b""

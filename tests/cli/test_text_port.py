@@ -44,3 +44,25 @@ def test_an_information_box_is_printed_with_its_lines():
         MessageBox("Kelvane Information", "Changes were saved to /x/FILES.LST", Buttons.OK)
     )
     assert out.getvalue() == "Kelvane Information: Changes were saved to /x/FILES.LST\n"
+
+
+def test_y_and_n_are_understood_for_ok_and_cancel():
+    port = TextPort(
+        stdin=io.StringIO("y\nn\n"), stdout=io.StringIO(), stderr=io.StringIO(), interactive=True
+    )
+    assert port.message_box(QUESTION) == Answer.OK
+    assert port.message_box(QUESTION) == Answer.CANCEL
+
+
+def test_every_alert_goes_to_standard_error_and_information_to_standard_output():
+    out, err = io.StringIO(), io.StringIO()
+    port = TextPort(stdout=out, stderr=err, interactive=False)
+    port.message_box(
+        MessageBox("Kelvane Alert!", "Files listed below were not found!\r\rA ", Buttons.OK)
+    )
+    port.message_box(
+        MessageBox("Kelvane Alert Message!", "Files listed below were not found!\r\rB ", Buttons.OK)
+    )
+    port.message_box(MessageBox("Kelvane Information", "Changes were saved to /x", Buttons.OK))
+    assert err.getvalue().count("Files listed below were not found!") == 2
+    assert out.getvalue() == "Kelvane Information: Changes were saved to /x\n"

@@ -37,7 +37,8 @@ import sys
 import time
 from typing import TYPE_CHECKING, Any
 
-from kelvane.board.user_port import Answer, Buttons, Icon, MessageBox
+from kelvane.board.alerts import CATALOGUE, AlertContext
+from kelvane.board.user_port import Answer, MessageBox
 from kelvane.cli.common import (
     AREA_HELP,
     add_main_node_option,
@@ -56,6 +57,7 @@ if TYPE_CHECKING:
     from kelvane.board.files_list import Entry
 
 ALERT_TITLE = "Kelvane Alert!"
+_NO_NEW_FILES = CATALOGUE["NoNewFilesFound"].box(AlertContext("", ""))
 #: Seconds between two redraws of the terminal progress line.
 PROGRESS_INTERVAL = 0.1
 
@@ -95,19 +97,17 @@ def register(subparsers: argparse._SubParsersAction[Any]) -> None:
 
 
 class ScanTextPort(TextPort):
-    """The command line's port, with the scan's information alerts on standard output.
+    """The command line's port, with the scan's one result box on standard output.
 
-    ``TextPort`` prints every "Kelvane Alert!" box on standard error; the scan's
-    one expected outcome of that kind (``NoNewFilesFound``) is its result, so
-    information boxes with only an OK button are printed on standard output,
-    each line of the box as a line of its own.
+    ``TextPort`` prints every alert on standard error; ``NoNewFilesFound`` is
+    the scan's result rather than a problem, so its text ("No new files were
+    found at this time.") is printed on standard output as a line of its own.
     """
 
     def message_box(self, box: MessageBox) -> Answer:
-        if box.title == ALERT_TITLE and box.icon is Icon.INFORMATION and box.buttons is Buttons.OK:
+        if box == _NO_NEW_FILES:
             self.shown.append(box)
-            for line in box.text.split("\r"):
-                self.stdout.write(line + "\n")
+            self.stdout.write(box.text + "\n")
             self.stdout.flush()
             return Answer.OK
         return super().message_box(box)

@@ -58,7 +58,9 @@ class TextPort(SilentPort):
     def message_box(self, box: MessageBox) -> Answer:
         self.shown.append(box)
         if box.buttons in (Buttons.OK, Buttons.OK_HELP):
-            stream = self.stderr if "Error" in box.title or "Alert!" in box.title else self.stdout
+            # Alerts and errors ("Kelvane Alert!", "Kelvane Alert Message!", ...) on
+            # standard error, information ("Kelvane Information") on standard output.
+            stream = self.stderr if "Error" in box.title or "Alert" in box.title else self.stdout
             self._print_box(box, stream)
             return Answer.OK
         self._print_box(box, self.stderr)
@@ -75,6 +77,7 @@ class TextPort(SilentPort):
             return answer
         choices = _CHOICES[box.buttons]
         prompt = "/".join(word for word, _ in choices)
+        agree, refuse = AGREEING_ANSWER[box.buttons], SAFE_ANSWER[box.buttons]
         while True:
             self.stderr.write(f"  [{prompt}]? ")
             self.stderr.flush()
@@ -85,6 +88,11 @@ class TextPort(SilentPort):
             for choice, answer in choices:
                 if word and choice.startswith(word):
                     return answer
+            # "y"/"yes" and "n"/"no" are understood whatever the buttons are called.
+            if word in ("y", "yes"):
+                return agree
+            if word in ("n", "no"):
+                return refuse
 
 
 class TerminalProgress:

@@ -61,6 +61,17 @@ class FieldTooLong(ValueError):
         self.layout = layout
 
 
+class FieldNotEncodable(ValueError):
+    """Text holding a character that the board's code page cannot store: refused."""
+
+    def __init__(self, layout: FieldLayout, character: str, page: str) -> None:
+        super().__init__(
+            f"{layout.label} holds {character!r} (U+{ord(character):04X}), "
+            f"which the code page {page} cannot store"
+        )
+        self.layout = layout
+
+
 @dataclass
 class AreaRecord:
     """One area record, its strings decoded."""
@@ -121,7 +132,10 @@ def encode_record(record: AreaRecord, page: str = DEFAULT_CODE_PAGE) -> bytes:
     buffer = bytearray(RECORD_SIZE)
     for layout in STRING_FIELDS:
         value = record.text_of(layout)
-        encoded = codec.encode(value, errors="strict")
+        try:
+            encoded = codec.encode(value, errors="strict")
+        except UnicodeEncodeError as error:
+            raise FieldNotEncodable(layout, value[error.start], codec.name) from error
         if len(encoded) > layout.capacity:
             raise FieldTooLong(layout, len(encoded))
         buffer[layout.offset] = len(encoded)
