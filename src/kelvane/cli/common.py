@@ -5,11 +5,13 @@ from __future__ import annotations
 import argparse
 import os
 import sys
+from dataclasses import dataclass
 from typing import TYPE_CHECKING
 
 from kelvane.board.session import Session
 from kelvane.board.user_port import UserPort
 from kelvane.cli.text_port import TextPort
+from kelvane.editor.editor_view import ListEditorView
 from kelvane.platform.farea_format import FareaError, find_farea_file, read_all_records
 from kelvane.platform.settings_store import APP_NAME, open_settings_store
 
@@ -188,3 +190,29 @@ def save_changes(session: Session, entries: EntryList) -> bool:
 def counted(number: int, singular: str, plural: str | None = None) -> str:
     """ "1 entry", "2 entries": a count with its noun."""
     return f"{number} {singular if number == 1 else (plural or singular + 's')}"
+
+
+@dataclass
+class OpenedArea:
+    """An area opened for a command: its entries, a view with the named ones selected."""
+
+    session: Session
+    entries: EntryList
+    view: ListEditorView
+    chosen: list[int]
+    missing: list[str]
+
+
+def open_named_entries(args: argparse.Namespace, *, all_when_none: bool) -> OpenedArea:
+    """Open AREA, select the named entries (all when none are named and allowed)."""
+    session = make_session(args)
+    entries = load_area(session, args.area)
+    view = ListEditorView(entries)
+    if args.names or not all_when_none:
+        chosen, missing = select_names(entries, list(args.names))
+    else:
+        chosen, missing = list(range(len(entries))), []
+    for name in missing:
+        print(f"kelvane: not in the Files List: {name}", file=sys.stderr)
+    view.set_selected(chosen, True)
+    return OpenedArea(session, entries, view, chosen, missing)

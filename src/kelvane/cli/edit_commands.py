@@ -33,25 +33,21 @@ from __future__ import annotations
 import argparse
 import sys
 from collections.abc import Sequence
-from dataclasses import dataclass
 from typing import TYPE_CHECKING, Any
 
 from kelvane.cli.common import (
     AREA_HELP,
+    OpenedArea,
     add_main_node_option,
     add_yes_option,
     counted,
     error_reported,
-    load_area,
-    make_session,
+    open_named_entries,
     save_changes,
-    select_names,
 )
-from kelvane.editor.editor_view import ListEditorView
 
 if TYPE_CHECKING:
-    from kelvane.board.files_list import EntryList
-    from kelvane.board.session import Session
+    pass
 
 
 class _IntermixedParser(argparse.ArgumentParser):
@@ -146,31 +142,7 @@ def register(subparsers: argparse._SubParsersAction[Any]) -> None:
     strip.set_defaults(handler=_strip_uploaders)
 
 
-@dataclass
-class _OpenArea:
-    session: Session
-    entries: EntryList
-    view: ListEditorView
-    chosen: list[int]
-    missing: list[str]
-
-
-def _open(args: argparse.Namespace, *, all_when_none: bool) -> _OpenArea:
-    """Open AREA, select the named entries (all when none are named and allowed)."""
-    session = make_session(args)
-    entries = load_area(session, args.area)
-    view = ListEditorView(entries)
-    if args.names or not all_when_none:
-        chosen, missing = select_names(entries, list(args.names))
-    else:
-        chosen, missing = list(range(len(entries))), []
-    for name in missing:
-        print(f"kelvane: not in the Files List: {name}", file=sys.stderr)
-    view.set_selected(chosen, True)
-    return _OpenArea(session, entries, view, chosen, missing)
-
-
-def _nothing_selected(opened: _OpenArea) -> int:
+def _nothing_selected(opened: OpenedArea) -> int:
     if not len(opened.entries):
         print("The Files List holds no entries.")
     return 1 if opened.missing else 0
@@ -179,7 +151,7 @@ def _nothing_selected(opened: _OpenArea) -> int:
 def _refresh(args: argparse.Namespace) -> int:
     from kelvane.editor.refresh import mnuFileDate_Click, mnuFileLength_Click
 
-    opened = _open(args, all_when_none=True)
+    opened = open_named_entries(args, all_when_none=True)
     if not opened.chosen:
         return _nothing_selected(opened)
     session, view = opened.session, opened.view
@@ -206,7 +178,7 @@ def _refresh(args: argparse.Namespace) -> int:
 def _erase(args: argparse.Namespace) -> int:
     from kelvane.editor.delete_erase import mnuEraseFilesListOnly_Click
 
-    opened = _open(args, all_when_none=False)
+    opened = open_named_entries(args, all_when_none=False)
     if not opened.chosen:
         return _nothing_selected(opened)
     before = len(opened.entries)
@@ -226,7 +198,7 @@ def _erase(args: argparse.Namespace) -> int:
 def _delete(args: argparse.Namespace) -> int:
     from kelvane.editor.delete_erase import DeleteResult, delete_selected_files
 
-    opened = _open(args, all_when_none=False)
+    opened = open_named_entries(args, all_when_none=False)
     if not opened.chosen:
         return _nothing_selected(opened)
     session = opened.session
@@ -262,7 +234,7 @@ def _delete(args: argparse.Namespace) -> int:
 def _strip_uploaders(args: argparse.Namespace) -> int:
     from kelvane.editor.remove_uploaders import UPLOADER_MARKER, mnuRemoveUploadBy_Click
 
-    opened = _open(args, all_when_none=True)
+    opened = open_named_entries(args, all_when_none=True)
     if not opened.chosen:
         return _nothing_selected(opened)
     entries = opened.entries

@@ -33,7 +33,6 @@ reported (also a failed save); 2 wrong usage.
 from __future__ import annotations
 
 import argparse
-import sys
 import time
 from typing import TYPE_CHECKING, Any
 
@@ -47,8 +46,8 @@ from kelvane.cli.common import (
     error_reported,
     load_area,
     make_session,
+    open_named_entries,
     save_changes,
-    select_names,
 )
 from kelvane.cli.text_port import TerminalProgress, TextPort
 from kelvane.editor.editor_view import ListEditorView
@@ -204,15 +203,11 @@ def _scan(args: argparse.Namespace) -> int:
 def _read_diz(args: argparse.Namespace) -> int:
     from kelvane.editor.read_diz import mnuReadDIZ_Click
 
-    session = make_session(args)
-    entries = load_area(session, args.area)
-    view = ListEditorView(entries)
-    chosen, missing = select_names(entries, list(args.names))
-    for name in missing:
-        print(f"kelvane: not in the Files List: {name}", file=sys.stderr)
+    opened = open_named_entries(args, all_when_none=False)
+    session, entries, view = opened.session, opened.entries, opened.view
+    chosen, missing = opened.chosen, opened.missing
     if not chosen:
         return 1
-    view.set_selected(chosen, True)
     mnuReadDIZ_Click(session, view)
     not_found = set(view.selected_indices())
     for index in chosen:
