@@ -5,23 +5,9 @@ from __future__ import annotations
 import pytest
 
 from kelvane.board.board_tool import add_simple_area, init_board
+from tests.shell.test_main_frame import _board, _open_first_area
 
 pytest_plugins = ["tests.helpers.qt_boxes"]
-
-
-def _board(tmp_path, *titles):
-    node = tmp_path / "node"
-    init_board(node)
-    for number, title in enumerate(titles, start=1):
-        add_simple_area(node, title, tmp_path / f"area{number}")
-    return node
-
-
-def _open_first_area(frame, node):
-    frame.session.area.MainNodePath = str(node)
-    frame.mnuOpenFileAreas.trigger()
-    frame.chooser.cmdOK.click()
-    assert frame.editor is not None
 
 
 @pytest.mark.gui
