@@ -1,5 +1,0 @@
-import sys
-
-from kelvane.cli.main import main
-
-sys.exit(main())
