@@ -1,0 +1,121 @@
+#include "board/FileLookup.h"
+
+#include "platform/CodePage.h"
+#include "platform/FileNames.h"
+#include "platform/ShortNames.h"
+
+namespace Kelvane {
+
+namespace fs = std::filesystem;
+
+DirectoryListing::DirectoryListing(const fs::path& directory, const CodePage& page)
+    : m_page(&page)
+{
+    std::vector<ListedFile> listed;
+    try {
+        listed = listDirectory(directory);
+    } catch (const fs::filesystem_error&) {
+        listed.clear(); // a directory that cannot be listed holds no file of the area
+    }
+    m_names.reserve(listed.size());
+    m_texts.reserve(listed.size());
+    m_exact.reserve(static_cast<qsizetype>(listed.size()));
+    m_folded.reserve(static_cast<qsizetype>(listed.size()));
+    for (ListedFile& file : listed) {
+        const auto at = static_cast<qsizetype>(m_names.size());
+        m_exact.insert(file.text, at);
+        if (!m_folded.contains(file.key))
+            m_folded.insert(file.key, at); // sorted order: the first spelling wins
+        m_names.push_back(std::move(file.name));
+        m_texts.push_back(std::move(file.text));
+    }
+}
+
+DirectoryListing::~DirectoryListing() = default;
+
+std::optional<fs::path> DirectoryListing::find(const QString& name) const
+{
+    auto found = m_exact.constFind(name);
+    if (found == m_exact.cend()) {
+        found = m_folded.constFind(foldName(name));
+        if (found == m_folded.cend())
+            return std::nullopt;
+    }
+    return m_names[static_cast<std::size_t>(*found)];
+}
+
+const DirectoryAliases& DirectoryListing::aliases() const
+{
+    if (!m_aliases)
+        m_aliases = std::make_unique<DirectoryAliases>(m_texts, *m_page);
+    return *m_aliases;
+}
+
+QString DirectoryListing::aliasOf(const QString& name) const
+{
+    const QString alias = aliases().aliasOf(name);
+    return alias.isEmpty() ? DirectoryAliases::aliasAmong(m_texts, name, *m_page) : alias;
+}
+
+std::optional<QString> DirectoryListing::nameOfAlias(const QString& alias) const
+{
+    return aliases().nameOf(alias);
+}
+
+FileLookup::FileLookup(const CodePage& page)
+    : m_page(&page)
+{
+}
+
+FileLookup::~FileLookup() = default;
+
+const DirectoryListing& FileLookup::listing(const fs::path& directory)
+{
+    std::unique_ptr<DirectoryListing>& listing = m_listings[directory.native()];
+    if (!listing)
+        listing = std::make_unique<DirectoryListing>(directory, *m_page);
+    return *listing;
+}
+
+void FileLookup::forget(const fs::path& directory)
+{
+    m_listings.erase(directory.native());
+}
+
+std::optional<fs::path> FileLookup::find(const fs::path& directory, std::string_view name)
+{
+    return findText(directory, m_page->toUnicode(name));
+}
+
+std::optional<fs::path> FileLookup::findText(const fs::path& directory, const QString& name)
+{
+    if (directory.empty() || !isPlainName(name))
+        return std::nullopt;
+    const DirectoryListing& files = listing(directory);
+    if (const std::optional<fs::path> found = files.find(name))
+        return directory / *found;
+    // A short alias names its long file, as the board's system's short names did.
+    if (name.contains(u'~')) {
+        if (const std::optional<QString> longName = files.nameOfAlias(name)) {
+            if (const std::optional<fs::path> found = files.find(*longName))
+                return directory / *found;
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<std::pair<int, fs::path>> FileLookup::findInSlots(const DirectoryPaths& directories,
+                                                                std::string_view name)
+{
+    const QString text = m_page->toUnicode(name);
+    for (int slot = 0; slot < DirectorySlots; ++slot) {
+        const fs::path& directory = directories[static_cast<std::size_t>(slot)];
+        if (directory.empty())
+            continue;
+        if (std::optional<fs::path> found = findText(directory, text))
+            return std::make_pair(slot, std::move(*found));
+    }
+    return std::nullopt;
+}
+
+} // namespace Kelvane

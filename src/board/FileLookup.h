@@ -1,0 +1,76 @@
+#pragma once
+
+#include "board/CurrentArea.h"
+
+#include <QHash>
+#include <QString>
+
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+namespace Kelvane {
+
+class CodePage;
+class DirectoryAliases;
+
+/// One directory's files as the board sees them (see listDirectoryFiles), with a
+/// case-insensitive index and, computed on first use, their short aliases.
+class DirectoryListing
+{
+public:
+    DirectoryListing(const std::filesystem::path& directory, const CodePage& page);
+    ~DirectoryListing();
+
+    /// The file's name on disk: the exact spelling wins, then the first in sorted order of
+    /// those equal ignoring case.
+    std::optional<std::filesystem::path> find(const QString& name) const;
+    const std::vector<QString>& names() const { return m_texts; }
+    /// The alias of a listed file, or the alias it would get when added.
+    QString aliasOf(const QString& name) const;
+    /// The listed name whose alias is alias.
+    std::optional<QString> nameOfAlias(const QString& alias) const;
+
+private:
+    const DirectoryAliases& aliases() const;
+
+    const CodePage* m_page;
+    std::vector<std::filesystem::path> m_names;
+    std::vector<QString> m_texts;
+    QHash<QString, qsizetype> m_exact;
+    QHash<QString, qsizetype> m_folded;
+    mutable std::unique_ptr<DirectoryAliases> m_aliases;
+};
+
+/// "Is there a file of this name in directory D?" for one operation: names are matched
+/// whatever their case and worked on as spelled on disk, each directory is listed once, and
+/// a name holding a separator, "." or ".." names no file.
+class FileLookup
+{
+public:
+    explicit FileLookup(const CodePage& page);
+    ~FileLookup();
+
+    /// The file named by the Files List name (bytes in the code page) in directory.
+    std::optional<std::filesystem::path> find(const std::filesystem::path& directory, std::string_view name);
+    std::optional<std::filesystem::path> findText(const std::filesystem::path& directory, const QString& name);
+    /// The first non-empty slot, in slot order, that holds the file: its slot and path.
+    std::optional<std::pair<int, std::filesystem::path>> findInSlots(const DirectoryPaths& directories,
+                                                                     std::string_view name);
+
+    const DirectoryListing& listing(const std::filesystem::path& directory);
+    /// Lists directory again on its next use (after this operation changed it).
+    void forget(const std::filesystem::path& directory);
+    const CodePage& codePage() const { return *m_page; }
+
+private:
+    const CodePage* m_page;
+    // Keyed by the path's text: comparing paths component by component would cost more than
+    // the look-up it serves, once per entry.
+    std::unordered_map<std::filesystem::path::string_type, std::unique_ptr<DirectoryListing>> m_listings;
+};
+
+} // namespace Kelvane

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "cli/Command.h"
+
+#include <memory>
+#include <vector>
+
+namespace Kelvane {
+
+std::unique_ptr<Command> makeBoardCommand();
+std::unique_ptr<Command> makeAreasCommand();
+std::unique_ptr<Command> makeShowCommand();
+std::unique_ptr<Command> makeRewriteCommand();
+
+/// Writes one area record as the board tool and "areas" show it.
+void printAreaRecord(std::ostream& out, int number, const AreaRecord& record, const CodePage& page);
+/// Writes area records as a JSON list.
+void printAreaRecordsJson(std::ostream& out, const std::vector<AreaRecord>& records, const CodePage& page);
+
+} // namespace Kelvane

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QString>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace Kelvane {
+
+/// A path from text, spelled as the file system spells names (UTF-8 on Linux and macOS).
+std::filesystem::path pathFromUnicode(const QString& text);
+/// A path's text; bytes that are not UTF-8 become replacement characters.
+QString unicodeFromPath(const std::filesystem::path& path);
+
+/// The case-insensitive key of a file name: the board's files came from a system whose
+/// names ignore case, so every "a file of this name in directory D" test compares keys.
+QString foldName(const QString& name);
+
+/// True when name can name a file inside a directory and nothing else: not empty, not "."
+/// or "..", no separator, no NUL, not absolute.
+bool isPlainName(const QString& name);
+
+/// One file of a directory listing: its name on disk, as text, and as its case-insensitive key.
+struct ListedFile
+{
+    std::filesystem::path name;
+    QString text;
+    QString key;
+};
+
+/// The files of one directory as the board sees them: ordinary files and symbolic links to
+/// ordinary files; no directories, no hidden files (a leading "." outside Windows), sorted
+/// by name ignoring case. A directory that cannot be listed raises filesystem_error.
+std::vector<ListedFile> listDirectory(const std::filesystem::path& directory);
+/// The names of listDirectory.
+std::vector<std::filesystem::path> listDirectoryFiles(const std::filesystem::path& directory);
+
+/// The file-name part of a path as text.
+QString fileNameText(const std::filesystem::path& path);
+
+} // namespace Kelvane

@@ -1,0 +1,189 @@
+#include "board/CurrentArea.h"
+#include "board/FilesList.h"
+#include "support/ScriptedPort.h"
+#include "support/TestBoard.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <sys/stat.h>
+
+using namespace Qt::StringLiterals;
+
+namespace Kelvane {
+namespace {
+
+namespace fs = std::filesystem;
+using Testing::ScriptedPort;
+using Testing::TestBoard;
+
+const std::string OldList = "OLD.ZIP             1 01-01-96 The list as it was                           \r\n";
+const std::string NewList = "NEW.ZIP             2 02-02-96 The new list                                 \r\n";
+const EntryList NewEntries = { { "NEW.ZIP", " 2", "02-02-96", "The new list\r\n" } };
+
+class SaveWorkTest : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        AreaRecord record = board.simpleRecord("files");
+        number = board.addArea(record);
+        files = record.path;
+        list = record.filesList;
+        backup = files / "FILES.BAK";
+    }
+
+    std::unique_ptr<Session> openArea()
+    {
+        auto session = board.session(port);
+        session->area.AreaNumber = number;
+        EXPECT_TRUE(Farea_Dat_Initialize(*session));
+        return session;
+    }
+
+    MessageBox savedBox() const
+    {
+        return { u"Kelvane Information"_s, u"Changes were saved to "_s + QString::fromStdString(list.string()),
+                 Buttons::Ok, Icon::Information };
+    }
+
+    TestBoard board;
+    ScriptedPort port;
+    int number = 0;
+    fs::path files;
+    fs::path list;
+    fs::path backup;
+};
+
+TEST_F(SaveWorkTest, KeepsThePreviousListAsTheBackup)
+{
+    TestBoard::writeFile(list, OldList);
+    TestBoard::writeFile(backup, "an older backup");
+    auto session = openArea();
+    port.expect(savedBox());
+    EXPECT_TRUE(SaveWork(*session, NewEntries));
+    EXPECT_EQ(TestBoard::readFile(list), NewList);
+    EXPECT_EQ(TestBoard::readFile(backup), OldList);
+}
+
+TEST_F(SaveWorkTest, AListOfAnotherNameIsReplacedWithoutABackup)
+{
+    const fs::path other = files / "files.lst";
+    TestBoard::writeFile(other, OldList);
+    auto session = openArea();
+    session->area.FileListPath = other;
+    port.expect({ u"Kelvane Information"_s, u"Changes were saved to "_s + QString::fromStdString(other.string()),
+                  Buttons::Ok, Icon::Information });
+    EXPECT_TRUE(SaveWork(*session, NewEntries));
+    EXPECT_EQ(TestBoard::readFile(other), NewList);
+    EXPECT_FALSE(fs::exists(backup));
+    EXPECT_FALSE(fs::exists(files / "files.bak"));
+}
+
+TEST_F(SaveWorkTest, AnEmptyListOrAnEmptyNameSavesWithoutTheMessage)
+{
+    TestBoard::writeFile(list, OldList);
+    auto session = openArea();
+    EXPECT_TRUE(SaveWork(*session, {}));
+    EXPECT_EQ(TestBoard::readFile(list), "");
+    EXPECT_TRUE(SaveWork(*session, { { "", " 1", "01-01-01", "x\r\n" }, NewEntries.front() }));
+    EXPECT_EQ(TestBoard::readFile(list), "");
+}
+
+TEST_F(SaveWorkTest, LongNamesAreWrittenAsAliasesAndReadBackWhole)
+{
+    TestBoard::writeFile(files / "A Long File Name.zip", "zip");
+    TestBoard::writeFile(files / "Another Long One.zip", "zip");
+    auto session = openArea();
+    port.expect(savedBox());
+    const EntryList entries = { { "A LONG FILE NAME.ZIP", " 3", "01-01-96", "one\r\n" },
+                                { "Another Long One.zip", " 3", "01-01-96", "two\r\n" },
+                                { "Missing Long Name.zip", " 3", "01-01-96", "three\r\n" } };
+    EXPECT_TRUE(SaveWork(*session, entries));
+    const std::string saved = TestBoard::readFile(list);
+    EXPECT_EQ(saved.substr(0, 13), "ALONGF~1.ZIP ");
+    EXPECT_NE(saved.find("\r\nANOTHE~1.ZIP "), std::string::npos);
+    EXPECT_NE(saved.find("\r\nMissing Long Name.zip "), std::string::npos);
+    EntryList again;
+    ASSERT_TRUE(Load_fEditFileArealsv(*session, again));
+    ASSERT_EQ(again.size(), 3u);
+    EXPECT_EQ(again[0].FileName, "A LONG FILE NAME.ZIP");
+    EXPECT_EQ(again[1].FileName, "ANOTHER LONG ONE.ZIP");
+    // A long name no directory holds was written whole, so it reads back cut to 12 columns.
+    EXPECT_EQ(again[2].FileName, "Missing Long");
+}
+
+// Every step of the save made to fail in turn: the previous list stays whole under its own
+// name, the failure is reported as SaveWork and no temporary file is left.
+TEST_F(SaveWorkTest, AFailureAtAnyStepKeepsThePreviousList)
+{
+    const std::vector<std::pair<SaveStep, int>> failures = {
+        { SaveStep::CreateTemporary, EACCES }, { SaveStep::Write, ENOSPC },
+        { SaveStep::FlushToDisk, EIO },        { SaveStep::RemoveBackup, EACCES },
+        { SaveStep::RenameToBackup, EROFS },   { SaveStep::RenameIntoPlace, ENOSPC },
+    };
+    for (const auto& [failing, code] : failures) {
+        SCOPED_TRACE(static_cast<int>(failing));
+        TestBoard::writeFile(list, OldList);
+        TestBoard::writeFile(backup, "an older backup");
+        auto session = openArea();
+        port.expectError("SaveWork");
+        const bool saved = SaveWork(*session, NewEntries, [failing, code](SaveStep step) {
+            if (step == failing)
+                throw fs::filesystem_error("injected", std::error_code(code, std::generic_category()));
+        });
+        EXPECT_FALSE(saved);
+        EXPECT_EQ(TestBoard::readFile(list), OldList);
+        for (const fs::directory_entry& entry : fs::directory_iterator(files))
+            EXPECT_FALSE(entry.path().extension() == ".tmp") << entry.path();
+    }
+    const std::string log = TestBoard::readFile(board.programDirectory() / "Kelvane.err");
+    EXPECT_NE(log.find("Error #  61 was generated by Kelvane\r\nDisk full"), std::string::npos);
+    EXPECT_NE(log.find("Procedure Name: SaveWork\r\n"), std::string::npos);
+}
+
+// Whatever lies where the list should be, reading neither crashes nor hangs nor changes it.
+TEST_F(SaveWorkTest, ReadingBadInputChangesNothing)
+{
+    struct Case
+    {
+        const char* what;
+        std::function<void(const fs::path&)> make;
+        bool readable;
+    };
+    const std::vector<Case> cases = {
+        { "missing: created empty", [](const fs::path&) {}, true },
+        { "binary garbage",
+          [](const fs::path& path) {
+              std::string bytes(4096, '\0');
+              for (std::size_t i = 0; i < bytes.size(); ++i)
+                  bytes[i] = static_cast<char>(i * 7919 % 256);
+              TestBoard::writeFile(path, bytes);
+          },
+          true },
+        { "a directory", [](const fs::path& path) { fs::create_directory(path); }, false },
+        { "a FIFO", [](const fs::path& path) { ::mkfifo(path.c_str(), 0644); }, false },
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        std::error_code ignored;
+        fs::remove_all(list, ignored);
+        c.make(list);
+        const auto before = fs::exists(list) && fs::is_regular_file(list) ? TestBoard::readFile(list) : std::string();
+        auto session = openArea();
+        if (!c.readable)
+            port.expectError("Load_fEditFileArealsv");
+        EntryList entries = { { "STALE", " 1", "", "" } };
+        EXPECT_EQ(Load_fEditFileArealsv(*session, entries), c.readable);
+        if (c.readable) {
+            EXPECT_EQ(TestBoard::readFile(list), before);
+        } else {
+            EXPECT_TRUE(entries.empty());
+            EXPECT_TRUE(session->ListIsEmpty);
+        }
+    }
+    fs::remove_all(list);
+}
+
+} // namespace
+} // namespace Kelvane

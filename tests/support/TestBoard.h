@@ -1,0 +1,44 @@
+#pragma once
+
+#include "board/AreaRecords.h"
+#include "board/Session.h"
+
+#include <QTemporaryDir>
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace Kelvane::Testing {
+
+/// A board of its own in a temporary directory for one test, with the settings file and the
+/// program's directory inside it (KELVANE_SETTINGS and KELVANE_HOME point there).
+class TestBoard
+{
+public:
+    TestBoard();
+    ~TestBoard();
+
+    const std::filesystem::path& root() const { return m_root; }
+    std::filesystem::path mainNode() const { return m_root / "board"; }
+    std::filesystem::path programDirectory() const { return m_root / "program"; }
+
+    /// A record whose files and Files List lie in root/areas/<name>/ (directories created).
+    AreaRecord simpleRecord(const std::string& name) const;
+    /// Appends record to the board; its number.
+    int addArea(const AreaRecord& record);
+    /// A session on this board's program directory, with the current area's main node set.
+    std::unique_ptr<Session> session(UserPort& port) const;
+
+    static void writeFile(const std::filesystem::path& path, std::string_view bytes);
+    static std::string readFile(const std::filesystem::path& path);
+
+private:
+    QTemporaryDir m_directory;
+    std::filesystem::path m_root;
+    QByteArray m_oldSettings;
+    QByteArray m_oldHome;
+};
+
+} // namespace Kelvane::Testing
