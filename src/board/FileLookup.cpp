@@ -13,32 +13,49 @@ DirectoryListing::DirectoryListing(const fs::path& directory, const CodePage& pa
 {
     std::vector<ListedFile> listed;
     try {
-        listed = listDirectory(directory);
+        listed = listDirectory(directory, ListingOrder::Unsorted);
     } catch (const fs::filesystem_error&) {
         listed.clear(); // a directory that cannot be listed holds no file of the area
     }
     m_names.reserve(listed.size());
     m_texts.reserve(listed.size());
+    m_keys.reserve(listed.size());
     m_exact.reserve(static_cast<qsizetype>(listed.size()));
-    m_folded.reserve(static_cast<qsizetype>(listed.size()));
     for (ListedFile& file : listed) {
-        const auto at = static_cast<qsizetype>(m_names.size());
-        m_exact.insert(file.text, at);
-        if (!m_folded.contains(file.key))
-            m_folded.insert(file.key, at); // sorted order: the first spelling wins
+        m_exact.insert(file.text, static_cast<qsizetype>(m_names.size()));
         m_names.push_back(std::move(file.name));
         m_texts.push_back(std::move(file.text));
+        m_keys.push_back(std::move(file.key));
     }
 }
 
 DirectoryListing::~DirectoryListing() = default;
 
+const QHash<QString, qsizetype>& DirectoryListing::folded() const
+{
+    if (m_folded)
+        return *m_folded;
+    m_folded.emplace();
+    m_folded->reserve(static_cast<qsizetype>(m_keys.size()));
+    for (std::size_t i = 0; i < m_keys.size(); ++i) {
+        // Of the names equal ignoring case, the first in sorted order answers.
+        const auto at = static_cast<qsizetype>(i);
+        const auto held = m_folded->find(m_keys[i]);
+        if (held == m_folded->end())
+            m_folded->insert(m_keys[i], at);
+        else if (m_names[i].native() < m_names[static_cast<std::size_t>(*held)].native())
+            *held = at;
+    }
+    return *m_folded;
+}
+
 std::optional<fs::path> DirectoryListing::find(const QString& name) const
 {
     auto found = m_exact.constFind(name);
     if (found == m_exact.cend()) {
-        found = m_folded.constFind(foldName(name));
-        if (found == m_folded.cend())
+        const QHash<QString, qsizetype>& byKey = folded();
+        found = byKey.constFind(foldName(name));
+        if (found == byKey.cend())
             return std::nullopt;
     }
     return m_names[static_cast<std::size_t>(*found)];

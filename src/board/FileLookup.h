@@ -36,12 +36,16 @@ public:
 
 private:
     const DirectoryAliases& aliases() const;
+    const QHash<QString, qsizetype>& folded() const;
 
     const CodePage* m_page;
     std::vector<std::filesystem::path> m_names;
     std::vector<QString> m_texts;
+    std::vector<QString> m_keys;
     QHash<QString, qsizetype> m_exact;
-    QHash<QString, qsizetype> m_folded;
+    // Built when a name is first not found as spelled: names are nearly always listed as
+    // they are spelled on disk.
+    mutable std::optional<QHash<QString, qsizetype>> m_folded;
     mutable std::unique_ptr<DirectoryAliases> m_aliases;
 };
 

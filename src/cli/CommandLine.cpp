@@ -15,7 +15,10 @@ int runCommandLine(int argc, const char* const* argv, CommandContext& context)
     app.set_version_flag("--version", "kelvane 2.0");
 
     std::vector<std::pair<std::unique_ptr<Command>, CLI::App*>> commands;
-    for (auto make : { makeBoardCommand, makeAreasCommand, makeShowCommand, makeRewriteCommand }) {
+    for (auto make :
+         { makeBoardCommand, makeAreasCommand, makeShowCommand, makeRewriteCommand, makeScanCommand, makeReadDizCommand,
+           makeRefreshCommand, makeEraseCommand, makeDeleteCommand, makeStripUploadersCommand, makeSortCommand,
+           makeMoveCommand, makeIndexCommand, makeCheckCommand }) {
         std::unique_ptr<Command> command = make();
         CLI::App* parsed = command->setUp(app);
         commands.emplace_back(std::move(command), parsed);

@@ -11,6 +11,16 @@ std::unique_ptr<Command> makeBoardCommand();
 std::unique_ptr<Command> makeAreasCommand();
 std::unique_ptr<Command> makeShowCommand();
 std::unique_ptr<Command> makeRewriteCommand();
+std::unique_ptr<Command> makeScanCommand();
+std::unique_ptr<Command> makeReadDizCommand();
+std::unique_ptr<Command> makeRefreshCommand();
+std::unique_ptr<Command> makeEraseCommand();
+std::unique_ptr<Command> makeDeleteCommand();
+std::unique_ptr<Command> makeStripUploadersCommand();
+std::unique_ptr<Command> makeSortCommand();
+std::unique_ptr<Command> makeMoveCommand();
+std::unique_ptr<Command> makeIndexCommand();
+std::unique_ptr<Command> makeCheckCommand();
 
 /// Writes one area record as the board tool and "areas" show it.
 void printAreaRecord(std::ostream& out, int number, const AreaRecord& record, const CodePage& page);

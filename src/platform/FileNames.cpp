@@ -60,7 +60,7 @@ QString fileNameText(const fs::path& path)
     return unicodeFromPath(path.filename());
 }
 
-std::vector<ListedFile> listDirectory(const fs::path& directory)
+std::vector<ListedFile> listDirectory(const fs::path& directory, ListingOrder order)
 {
     std::vector<ListedFile> found;
 #ifdef Q_OS_WIN
@@ -102,6 +102,8 @@ std::vector<ListedFile> listDirectory(const fs::path& directory)
     }
     ::closedir(stream);
 #endif
+    if (order == ListingOrder::Unsorted)
+        return found;
     std::sort(found.begin(), found.end(), [](const ListedFile& a, const ListedFile& b) {
         const int order = a.key.compare(b.key);
         return order != 0 ? order < 0 : a.name.native() < b.name.native();

@@ -32,7 +32,10 @@ struct ListedFile
 /// The files of one directory as the board sees them: ordinary files and symbolic links to
 /// ordinary files; no directories, no hidden files (a leading "." outside Windows), sorted
 /// by name ignoring case. A directory that cannot be listed raises filesystem_error.
-std::vector<ListedFile> listDirectory(const std::filesystem::path& directory);
+/// Unsorted, the files come in the directory's own order, for a caller that only looks names up.
+enum class ListingOrder { ByName, Unsorted };
+std::vector<ListedFile> listDirectory(const std::filesystem::path& directory,
+                                      ListingOrder order = ListingOrder::ByName);
 /// The names of listDirectory.
 std::vector<std::filesystem::path> listDirectoryFiles(const std::filesystem::path& directory);
 

@@ -1,0 +1,91 @@
+#include "editor/Description.h"
+
+#include "board/BasicText.h"
+#include "board/FileSystem.h"
+#include "board/FilesList.h"
+#include "platform/Archives.h"
+#include "platform/FileNames.h"
+
+#include <QString>
+
+#include <array>
+#include <fstream>
+
+namespace Kelvane {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr std::size_t LineWidth = 45;
+constexpr int MaximumLines = 20;
+
+bool endsWithOtherArchive(std::string_view name)
+{
+    constexpr std::array<std::string_view, 5> endings = { ".7Z", ".RAR", ".ARJ", ".LZH", ".LHA" };
+    for (const std::string_view ending : endings) {
+        if (name.ends_with(ending))
+            return true;
+    }
+    return false;
+}
+
+std::optional<fs::path> extractedFile(const fs::path& workDirectory)
+{
+    std::error_code error;
+    for (fs::directory_iterator it(workDirectory, error), end; !error && it != end; it.increment(error)) {
+        if (foldName(fileNameText(it->path())) == QLatin1StringView(DescriptionMember))
+            return it->path();
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+std::string descriptionFromDiz(std::string_view text)
+{
+    const std::size_t end = text.find('\x1A');
+    if (end != std::string_view::npos)
+        text = text.substr(0, end);
+    std::string description;
+    int counted = 0;
+    FilesListFormat::forEachLine(text, [&](std::string_view line) {
+        line = rtrimSpaces(line);
+        if (line.empty() || ++counted > MaximumLines)
+            return;
+        description.append(rtrimSpaces(line.substr(0, LineWidth)));
+        description.append("\r\n");
+    });
+    return description;
+}
+
+std::optional<std::string> takeExtractedDescription(const fs::path& workDirectory)
+{
+    const std::optional<fs::path> file = extractedFile(workDirectory);
+    std::error_code error;
+    if (!file || !fs::is_regular_file(*file, error))
+        return std::nullopt;
+    std::string text;
+    {
+        std::ifstream in(*file, std::ios::binary);
+        text.resize(MemberLimit);
+        in.read(text.data(), static_cast<std::streamsize>(text.size()));
+        text.resize(static_cast<std::size_t>(in.gcount()));
+    }
+    std::string description = descriptionFromDiz(text);
+    if (ClearAttributes(*file))
+        fs::remove(*file, error);
+    return description;
+}
+
+bool isScanArchiveName(std::string_view upperName)
+{
+    return upperName.find(".ZIP") != std::string_view::npos || endsWithOtherArchive(upperName);
+}
+
+bool isReadDizArchiveName(std::string_view upperName)
+{
+    return upperName.ends_with(".ZIP") || endsWithOtherArchive(upperName);
+}
+
+} // namespace Kelvane

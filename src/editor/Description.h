@@ -1,0 +1,31 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace Kelvane {
+
+/// The description of an entry that has none to take from its archive.
+constexpr std::string_view NoDescription = "No Description";
+
+/// The member an archive's description is taken from.
+constexpr std::string_view DescriptionMember = "FILE_ID.DIZ";
+
+/// A description from the text of a FILE_ID.DIZ: its first 20 non-blank lines, each cut to
+/// 45 characters and right-trimmed, each followed by CR LF. A Ctrl+Z ends the text.
+std::string descriptionFromDiz(std::string_view text);
+
+/// The description of the FILE_ID.DIZ extracted into the Work directory, when one is there
+/// (whatever the case of its name); the file is deleted afterwards, or left when it cannot
+/// be made writable, and then serves the next file too.
+std::optional<std::string> takeExtractedDescription(const std::filesystem::path& workDirectory);
+
+/// Whether a file is read as an archive: the new-file scan takes ".ZIP" anywhere in the
+/// upper-case name, Read DIZ only a name ending in ".ZIP"; both take names ending in .7Z,
+/// .RAR, .ARJ, .LZH and .LHA.
+bool isScanArchiveName(std::string_view upperName);
+bool isReadDizArchiveName(std::string_view upperName);
+
+} // namespace Kelvane

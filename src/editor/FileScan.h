@@ -1,0 +1,16 @@
+#pragma once
+
+#include <cstddef>
+
+namespace Kelvane {
+
+class EntryTable;
+class Session;
+
+/// Walks every directory of the current area and appends an entry for each file the list
+/// does not hold yet, its description taken from the archive's FILE_ID.DIZ. Progress and
+/// the stop button go through the session's port; SearchCancel stops the walk between files.
+/// Returns the number of entries added.
+std::size_t mnuFileScan_Click(Session& session, EntryTable& table);
+
+} // namespace Kelvane

@@ -1,0 +1,328 @@
+#include "platform/Archives.h"
+
+#include "platform/FileNames.h"
+
+#include <QDeadlineTimer>
+#include <QFile>
+#include <QProcess>
+#include <QStandardPaths>
+
+#include <archive.h>
+#include <archive_entry.h>
+
+#include <algorithm>
+#include <memory>
+#include <optional>
+#include <string>
+
+#ifndef Q_OS_WIN
+#include <fcntl.h>
+#include <unistd.h>
+#endif
+
+using namespace Qt::StringLiterals;
+
+namespace Kelvane {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// 7-Zip gets this long, listing and extracting together, before it is stopped: a damaged
+// archive must not hang a scan of the whole area.
+constexpr int SevenZipMilliseconds = 10'000;
+
+// 7-Zip's technical listing runs to about 300 bytes a member; more than this is not an
+// archive a board holds, and a cut listing cannot tell that the member is absent.
+constexpr qsizetype ListingLimit = 16 << 20;
+
+// What one reader made of an archive.
+struct Reading
+{
+    enum class State { Found, Absent, Failed };
+    State state = State::Failed;
+    std::string data; // the member's first MemberLimit bytes when found
+};
+
+char asciiLower(char c)
+{
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+// True when storedPath's file-name part is memberName, ignoring case. The archive may come
+// from DOS, so "\" separates folders as well as "/".
+bool namesMember(std::string_view storedPath, std::string_view memberName)
+{
+    const std::string_view name = storedPath.substr(storedPath.find_last_of("/\\") + 1);
+    return std::ranges::equal(name, memberName, [](char a, char b) { return asciiLower(a) == asciiLower(b); });
+}
+
+// A member name that is not a plain file name would put the written file elsewhere than
+// flat in the destination.
+bool isPlainMemberName(std::string_view memberName)
+{
+    return !memberName.empty() && memberName != "." && memberName != ".."
+        && memberName.find_first_of(std::string_view("/\\\0", 3)) == std::string_view::npos;
+}
+
+// ---- In-process reading ---------------------------------------------------------------
+
+struct ReaderDeleter
+{
+    void operator()(archive* handle) const { archive_read_free(handle); }
+};
+
+// The entry's stored path in whichever form libarchive can give. A name the locale cannot
+// convert has no locale form but may have a UTF-8 or wide one; with none, nothing names it.
+std::optional<std::string> storedPath(archive_entry* entry)
+{
+    if (const char* utf8 = archive_entry_pathname_utf8(entry))
+        return utf8;
+    if (const char* local = archive_entry_pathname(entry))
+        return local;
+    if (const wchar_t* wide = archive_entry_pathname_w(entry))
+        return QString::fromWCharArray(wide).toStdString();
+    return std::nullopt;
+}
+
+// Only a plain file's own data is taken: a link (symbolic or hard) names other data, and
+// an encrypted member would give ciphertext or nothing.
+bool isWantedMember(archive_entry* entry, std::string_view memberName)
+{
+    if (archive_entry_filetype(entry) != AE_IFREG || archive_entry_hardlink(entry) || archive_entry_is_encrypted(entry))
+        return false;
+    const std::optional<std::string> path = storedPath(entry);
+    return path && namesMember(*path, memberName);
+}
+
+Reading readInProcess(const fs::path& file, std::string_view memberName)
+{
+    const std::unique_ptr<archive, ReaderDeleter> handle(archive_read_new());
+    if (!handle)
+        return {};
+    archive* reader = handle.get();
+    archive_read_support_format_all(reader);
+    archive_read_support_filter_all(reader);
+#ifdef Q_OS_WIN
+    if (archive_read_open_filename_w(reader, file.c_str(), 64 * 1024) != ARCHIVE_OK)
+#else
+    if (archive_read_open_filename(reader, file.c_str(), 64 * 1024) != ARCHIVE_OK)
+#endif
+        return {};
+
+    archive_entry* entry = nullptr;
+    for (;;) {
+        const int status = archive_read_next_header(reader, &entry);
+        if (status == ARCHIVE_EOF)
+            return { Reading::State::Absent, {} };
+        // A warning (a name the locale cannot convert, say) still gives a usable entry.
+        if (status != ARCHIVE_OK && status != ARCHIVE_WARN)
+            return {};
+        if (isWantedMember(entry, memberName))
+            break;
+    }
+
+    // Reading stops at the limit: a member of gigabytes of zeros packed into a few kilobytes
+    // costs no more than a real description.
+    std::string data(MemberLimit, '\0');
+    std::size_t size = 0;
+    while (size < data.size()) {
+        const la_ssize_t count = archive_read_data(reader, data.data() + size, data.size() - size);
+        if (count < 0) // a method libarchive lacks, or damaged data
+            return {};
+        if (count == 0)
+            break;
+        size += static_cast<std::size_t>(count);
+    }
+    data.resize(size);
+    return { Reading::State::Found, std::move(data) };
+}
+
+// ---- 7-Zip ------------------------------------------------------------------------------
+
+// 7zz is what 7-Zip's makers ship; 7z is the name older packages gave it.
+QString sevenZipProgram()
+{
+    for (const QString& name : { u"7zz"_s, u"7z"_s }) {
+        QString found = QStandardPaths::findExecutable(name);
+        if (!found.isEmpty())
+            return found;
+    }
+    return {};
+}
+
+// Runs 7-Zip and gives what it wrote to standard output: all of it when it ended well, or
+// its first limit bytes when it wrote more (it is stopped then). Nothing when it could not
+// start, failed, or still ran at the deadline.
+std::optional<QByteArray>
+runSevenZip(const QString& program, const QStringList& arguments, qsizetype limit, const QDeadlineTimer& deadline)
+{
+    QProcess sevenZip;
+    // Paths are listed and given back in UTF-8 whatever the user's locale: under the C locale
+    // 7-Zip lists a folder named in another script as question marks and cannot find it again.
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(u"LC_ALL"_s, u"C.UTF-8"_s);
+    sevenZip.setProcessEnvironment(environment);
+    sevenZip.setStandardInputFile(QProcess::nullDevice());
+    sevenZip.setStandardErrorFile(QProcess::nullDevice());
+    sevenZip.start(program, arguments, QIODevice::ReadOnly);
+
+    const auto remaining = [&deadline] { return static_cast<int>(std::max<qint64>(0, deadline.remainingTime())); };
+    const auto stop = [&sevenZip] {
+        sevenZip.kill();
+        sevenZip.waitForFinished(-1);
+    };
+    if (!sevenZip.waitForStarted(remaining())) {
+        stop();
+        return std::nullopt;
+    }
+    QByteArray output;
+    for (;;) {
+        // Whether it still runs is asked before reading, so that once it has ended nothing
+        // it wrote is left unread.
+        const bool running = sevenZip.state() != QProcess::NotRunning;
+        output += sevenZip.readAllStandardOutput();
+        if (output.size() >= limit) {
+            stop();
+            output.truncate(limit);
+            return output;
+        }
+        if (!running)
+            break;
+        if (deadline.hasExpired()) {
+            stop();
+            return std::nullopt;
+        }
+        sevenZip.waitForReadyRead(remaining());
+    }
+    if (sevenZip.exitStatus() != QProcess::NormalExit || sevenZip.exitCode() != 0)
+        return std::nullopt;
+    return output;
+}
+
+// The stored path of the first member of a technical listing ("Key = Value" lines, a blank
+// line after each member) that is a plain, unencrypted file named memberName.
+std::optional<QString> findListedMember(const QByteArray& listing, std::string_view memberName)
+{
+    QString path;
+    bool wanted = true;
+    for (QByteArray line : listing.split('\n')) {
+        if (line.endsWith('\r'))
+            line.chop(1);
+        if (line.isEmpty()) {
+            if (!path.isEmpty() && wanted)
+                return path;
+            path.clear();
+            wanted = true;
+            continue;
+        }
+        const qsizetype equals = line.indexOf(" = ");
+        if (equals < 0)
+            continue;
+        const QByteArray key = line.left(equals);
+        const QByteArray value = line.mid(equals + 3);
+        if (key == "Path") {
+            path = QString::fromUtf8(value);
+            wanted = wanted && namesMember(value.toStdString(), memberName);
+        } else if (key == "Folder" || key == "Encrypted") {
+            wanted = wanted && value != "+";
+        } else if (key == "Attributes") {
+            // Unix archives add the mode ("-rw-r--r--", "lrwxrwxrwx"): its type must be a file.
+            const QByteArray mode = value.split(' ').last();
+            wanted = wanted && (mode.size() != 10 || mode.startsWith('-'));
+        }
+    }
+    if (!path.isEmpty() && wanted)
+        return path;
+    return std::nullopt;
+}
+
+Reading readWithSevenZip(const fs::path& file, std::string_view memberName)
+{
+    const QString program = sevenZipProgram();
+    if (program.isEmpty())
+        return {};
+    const QDeadlineTimer deadline(SevenZipMilliseconds);
+    const QString archivePath = unicodeFromPath(file);
+
+    // 7-Zip extracts nothing, and says so by no error, when a path names no member, so the
+    // member's exact stored path is found first. "--" ends the switches, so a name beginning
+    // with "-" or "@" is a name; -spd takes "*" and "?" in a name literally; a password is
+    // given so that it never asks for one.
+    const std::optional<QByteArray> listing
+        = runSevenZip(program, { u"l"_s, u"-slt"_s, u"-ba"_s, u"-p"_s, u"--"_s, archivePath }, ListingLimit, deadline);
+    if (!listing || listing->size() >= ListingLimit)
+        return {};
+    const std::optional<QString> path = findListedMember(*listing, memberName);
+    if (!path)
+        return { Reading::State::Absent, {} };
+
+    const std::optional<QByteArray> data = runSevenZip(
+        program, { u"e"_s, u"-so"_s, u"-spd"_s, u"-p"_s, u"--"_s, archivePath, *path }, MemberLimit, deadline);
+    if (!data)
+        return {};
+    return { Reading::State::Found, data->toStdString() };
+}
+
+// ---- Writing ----------------------------------------------------------------------------
+
+// Writes data as a new file. Whatever stood at the name is removed first (a link itself,
+// not what it points to), and the file is created exclusively without following links, so
+// nothing placed there meanwhile redirects the write.
+bool writeNewFile(const fs::path& file, const std::string& data)
+{
+    std::error_code ignored;
+    fs::remove(file, ignored);
+    QFile out;
+#ifdef Q_OS_WIN
+    out.setFileName(unicodeFromPath(file));
+    if (!out.open(QIODevice::WriteOnly | QIODevice::NewOnly))
+        return false;
+#else
+    const int descriptor = ::open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0644);
+    if (descriptor < 0)
+        return false;
+    if (!out.open(descriptor, QIODevice::WriteOnly, QFileDevice::AutoCloseHandle)) {
+        ::close(descriptor);
+        return false;
+    }
+#endif
+    const auto size = static_cast<qint64>(data.size());
+    const bool written = out.write(data.data(), size) == size && out.flush();
+    out.close();
+    if (!written)
+        fs::remove(file, ignored);
+    return written;
+}
+
+} // namespace
+
+ExtractResult extractMember(const fs::path& archive, const fs::path& destination, std::string_view memberName)
+{
+    try {
+        if (!isPlainMemberName(memberName))
+            return ExtractResult::NoMember;
+        // libarchive reads most archives; what it cannot open, or a member of a method it
+        // lacks (ZIP shrink, implode, deflate64; all of ARJ), 7-Zip may.
+        Reading reading = readInProcess(archive, memberName);
+        if (reading.state == Reading::State::Failed)
+            reading = readWithSevenZip(archive, memberName);
+
+        switch (reading.state) {
+        case Reading::State::Found:
+            // The stored path is never used: the member lands flat in destination.
+            return writeNewFile(destination / fs::path(std::string(memberName)), reading.data)
+                ? ExtractResult::Extracted
+                : ExtractResult::Unreadable;
+        case Reading::State::Absent:
+            return ExtractResult::NoMember;
+        case Reading::State::Failed:
+            break;
+        }
+    } catch (...) {
+        // Out of memory or a path that cannot be converted: still only "no description".
+    }
+    return ExtractResult::Unreadable;
+}
+
+} // namespace Kelvane

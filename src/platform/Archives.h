@@ -1,0 +1,29 @@
+#pragma once
+
+#include <filesystem>
+#include <string_view>
+
+namespace Kelvane {
+
+/// What became of an attempt to extract an archive's description member.
+enum class ExtractResult {
+    Extracted, // the member was written to the destination
+    NoMember, // the archive was read and holds no such member (or only an encrypted one)
+    Unreadable, // not an archive, damaged, or of a method nothing here can read
+};
+
+/// The unzip facility: extracts the first member of archive whose file name (whatever its
+/// case, whatever folder holds it) is memberName, written flat into destination under
+/// memberName. Archives are read in-process; members of methods the archive library cannot
+/// read are extracted with 7-Zip when it is installed, stopped after 10 seconds.
+///
+/// Nothing is ever written outside destination, no link is followed, at most the first
+/// 1 MiB of the member is kept, and an encrypted member gives nothing.
+ExtractResult extractMember(const std::filesystem::path& archive,
+                            const std::filesystem::path& destination,
+                            std::string_view memberName);
+
+/// The most of a member that is kept.
+constexpr std::size_t MemberLimit = 1 << 20;
+
+} // namespace Kelvane

@@ -1,0 +1,171 @@
+#include "cli/CliRunner.h"
+
+#include "board/DemoBoard.h"
+#include "platform/CodePage.h"
+#include "support/TestBoard.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+
+namespace Kelvane {
+namespace {
+
+namespace fs = std::filesystem;
+using Testing::runKelvane;
+using Testing::TestBoard;
+
+// Every file under a directory with its bytes and mode, to tell whether anything changed.
+std::map<std::string, std::string> snapshot(const fs::path& root)
+{
+    std::map<std::string, std::string> files;
+    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(root)) {
+        const std::string mode = std::to_string(static_cast<int>(entry.symlink_status().permissions()));
+        files[entry.path().string()] = entry.is_regular_file() ? mode + ':' + TestBoard::readFile(entry.path()) : mode;
+    }
+    return files;
+}
+
+class EditCommandsTest : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        demo = board.root() / "demo";
+        node = DemoBoard::build(demo, CodePage::windows1252()).string();
+        utils = demo / "files" / "utils";
+    }
+
+    Testing::CliResult kelvane(std::vector<std::string> arguments)
+    {
+        arguments.insert(arguments.end(), { "--main-node", node });
+        return runKelvane(arguments);
+    }
+
+    TestBoard board;
+    fs::path demo;
+    fs::path utils;
+    std::string node;
+};
+
+TEST_F(EditCommandsTest, ADryRunChangesNothing)
+{
+    const std::vector<std::vector<std::string>> commands = {
+        { "scan", "1", "--dry-run" },
+        { "read-diz", "1", "ARCHIVER.ZIP", "README.TXT", "--dry-run" },
+        { "refresh", "1", "--dry-run" },
+        { "erase", "1", "README.TXT", "--yes", "--dry-run" },
+        { "delete", "1", "README.TXT", "ARCHIVER.ZIP", "--yes", "--dry-run" },
+        { "strip-uploaders", "1", "--dry-run" },
+        { "sort", "1", "--by", "size", "--dry-run" },
+        { "move", "1", "ARCHIVER.ZIP", "--to", "5", "--yes", "--dry-run" },
+        { "scan", "5", "--yes", "--dry-run" },
+        { "index", "5", "--dry-run" },
+    };
+    const auto before = snapshot(demo);
+    for (const auto& command : commands) {
+        const auto result = kelvane(command);
+        EXPECT_LE(result.status, 1) << command.front() << ": " << result.err;
+        EXPECT_FALSE(result.out.empty()) << command.front();
+        EXPECT_EQ(snapshot(demo), before) << command.front() << " changed the board";
+    }
+}
+
+TEST_F(EditCommandsTest, ScanAddsTheNewFilesAndSaves)
+{
+    const auto result = kelvane({ "scan", "1" });
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_NE(result.out.find("added NEWTOOL.ZIP\n"), std::string::npos) << result.out;
+    const std::string list = TestBoard::readFile(utils / "FILES.LST");
+    EXPECT_NE(list.find("NEWTOOL.ZIP "), std::string::npos);
+    EXPECT_NE(list.find("LONGFI~1.ZIP "), std::string::npos) << list; // the long name as its alias
+    EXPECT_TRUE(fs::exists(utils / "FILES.BAK"));
+
+    const auto again = kelvane({ "scan", "1" });
+    EXPECT_EQ(again.status, 0);
+    EXPECT_NE(again.err.find("No new files were found at this time."), std::string::npos);
+}
+
+TEST_F(EditCommandsTest, QuestionsAndRefusalsEndWithStatusOne)
+{
+    const auto before = snapshot(demo);
+    struct Case
+    {
+        std::vector<std::string> arguments;
+        std::string error;
+    };
+    const std::vector<Case> cases = {
+        { { "erase", "1", "README.TXT" }, "This will Delete the selected" }, // no terminal: Cancel
+        { { "delete", "3", "SIMTEL.ZIP", "--yes" }, "You can not delete files from a CDROM File Area!" },
+        { { "move", "1", "README.TXT", "--to", "1", "--yes" }, "Can not move file(s) to the same File Area!" },
+        { { "move", "1", "README.TXT", "--to", "4", "--yes" }, "Can not move file(s) to a CDROM File Area!" },
+        { { "read-diz", "1", "NOSUCH.ZIP" }, "NOSUCH.ZIP is not in the Files List" },
+        { { "index", "1" }, "has no index path; skipped" },
+    };
+    for (const Case& c : cases) {
+        const auto result = kelvane(c.arguments);
+        EXPECT_EQ(result.status, 1) << c.arguments.front();
+        EXPECT_NE(result.err.find(c.error), std::string::npos) << result.err;
+    }
+    EXPECT_EQ(snapshot(demo), before);
+}
+
+TEST_F(EditCommandsTest, EditsReachTheListOnDisk)
+{
+    EXPECT_EQ(kelvane({ "sort", "1", "--by", "size", "--descending" }).status, 0);
+    std::string list = TestBoard::readFile(utils / "FILES.LST");
+    EXPECT_LT(list.find("OLDTOOL.ZIP"), list.find("GONE.TXT"));
+    EXPECT_LT(list.find("GONE.TXT"), list.find("README.TXT"));
+
+    EXPECT_EQ(kelvane({ "strip-uploaders", "1" }).status, 0);
+    EXPECT_EQ(TestBoard::readFile(utils / "FILES.LST").find("Uploaded By"), std::string::npos);
+
+    const auto refreshed = kelvane({ "refresh", "1", "--sizes" });
+    EXPECT_EQ(refreshed.status, 1); // two listed files are gone
+    EXPECT_NE(refreshed.err.find("Files listed below were not found!"), std::string::npos);
+    list = TestBoard::readFile(utils / "FILES.LST");
+    EXPECT_NE(list.find("README.TXT         40 "), std::string::npos) << list;
+
+    const auto deleted = kelvane({ "delete", "1", "readme.txt", "--yes" });
+    EXPECT_EQ(deleted.status, 0) << deleted.err;
+    EXPECT_FALSE(fs::exists(utils / "README.TXT"));
+    EXPECT_EQ(TestBoard::readFile(utils / "FILES.LST").find("README.TXT"), std::string::npos);
+}
+
+TEST_F(EditCommandsTest, MoveAndTheIndexOfATrackedArea)
+{
+    const fs::path uploads = demo / "files" / "uploads";
+    // Without a terminal the Make Index question is answered No, and the line says how to
+    // rebuild the index later.
+    const auto moved = kelvane({ "move", "1", "ARCHIVER.ZIP", "--to", "5" });
+    EXPECT_EQ(moved.status, 0) << moved.err;
+    EXPECT_TRUE(fs::exists(uploads / "ARCHIVER.ZIP"));
+    EXPECT_FALSE(fs::exists(utils / "ARCHIVER.ZIP"));
+    EXPECT_NE(TestBoard::readFile(uploads / "FILES.LST").find("ARCHIVER.ZIP"), std::string::npos);
+    EXPECT_EQ(TestBoard::readFile(utils / "FILES.LST").find("ARCHIVER.ZIP"), std::string::npos);
+
+    const auto scanned = kelvane({ "scan", "5" });
+    EXPECT_NE(scanned.err.find("kelvane index 5 rebuilds them later"), std::string::npos) << scanned.err;
+    EXPECT_FALSE(fs::exists(uploads / "UPLOADS.IDX"));
+    const auto indexed = kelvane({ "index", "5" });
+    EXPECT_EQ(indexed.status, 0) << indexed.err;
+    EXPECT_EQ(fs::file_size(uploads / "UPLOADS.IDX") % 15, 0u);
+    EXPECT_GT(fs::file_size(uploads / "UPLOADS.IDX"), 0u);
+}
+
+TEST_F(EditCommandsTest, CheckReportsWhereListAndDirectoriesDisagree)
+{
+    const auto text = kelvane({ "check", "1" });
+    EXPECT_EQ(text.status, 1);
+    EXPECT_NE(text.out.find("Entries whose file is in no directory:\n  OLDTOOL.ZIP\n  GONE.TXT\n"), std::string::npos)
+        << text.out;
+    EXPECT_NE(text.out.find("NEWTOOL.ZIP"), std::string::npos);
+    const auto json = kelvane({ "check", "1", "--json" });
+    EXPECT_NE(json.out.find("\"clean\": false"), std::string::npos);
+    EXPECT_NE(json.out.find("\"missing_files\": [\n    \"OLDTOOL.ZIP\",\n    \"GONE.TXT\"\n  ]"), std::string::npos)
+        << json.out;
+    EXPECT_EQ(kelvane({ "check", "6" }).status, 0);
+}
+
+} // namespace
+} // namespace Kelvane

@@ -1,0 +1,164 @@
+#include "editor/EditorFixture.h"
+
+#include "board/FileDates.h"
+#include "editor/Operations.h"
+
+using namespace Qt::StringLiterals;
+
+namespace Kelvane {
+namespace {
+
+namespace fs = std::filesystem;
+using Testing::EditorFixture;
+using Testing::TestBoard;
+
+class SelectionOperations : public EditorFixture
+{
+};
+
+TEST_F(SelectionOperations, NothingSelectedChangesNothing)
+{
+    load({ entry("A.ZIP") });
+    const std::vector<void (*)(Session&, EntryTable&)> operations
+        = { mnuReadDIZ_Click, mnuFileDate_Click, mnuFileLength_Click, mnuEraseFilesListOnly_Click,
+            mnuRemoveUploadBy_Click };
+    for (const auto operation : operations) {
+        port.expectAlert("NoSelectedFiles");
+        operation(*session, table);
+    }
+    port.expectAlert("NoSelectedFiles");
+    mnuDeleteFiles_Click(*session, table);
+    EXPECT_EQ(table.entries(), EntryList { entry("A.ZIP") });
+    EXPECT_FALSE(session->ChangesMade);
+}
+
+TEST_F(SelectionOperations, RefreshTakesValuesFromTheFirstDirectoryHoldingTheFile)
+{
+    TestBoard::writeFile(fs::path(record.alt[1]) / "Deep.zip", "12345");
+    TestBoard::writeFile(files / "SAME.ZIP", "1");
+    fs::last_write_time(files / "SAME.ZIP", fs::last_write_time(files / "SAME.ZIP") - std::chrono::hours(24 * 400));
+    load({ entry("DEEP.ZIP "), entry("GONE.ZIP"), { "SAME.ZIP", "1", fileListDate(files / "SAME.ZIP"), "x\r\n" } },
+         { 0, 1, 2 });
+    port.expectContaining(u"Kelvane Alert Message!"_s, u"Files listed below were not found!\r\rGONE.ZIP "_s);
+    mnuFileLength_Click(*session, table);
+    EXPECT_EQ(table.at(0).Size, "5");
+    EXPECT_EQ(table.at(2).Size, "1");
+    // Processed entries are deselected; the missing one stays selected, marked for the user.
+    EXPECT_EQ(table.selectedIndices(), std::vector<std::size_t> { 1 });
+    EXPECT_TRUE(session->ChangesMade);
+
+    session->ChangesMade = false;
+    table.setSelected(2, true);
+    port.expect(
+        { u"Kelvane Alert!"_s, u"Files listed below were not found!\r\rGONE.ZIP "_s, Buttons::Ok, Icon::Information });
+    mnuFileDate_Click(*session, table);
+    EXPECT_EQ(table.at(2).Date, fileListDate(files / "SAME.ZIP"));
+    EXPECT_TRUE(session->ChangesMade); // set even though the date was already right
+}
+
+TEST_F(SelectionOperations, EraseRemovesTheSelectedEntriesAfterAsking)
+{
+    load({ entry("A"), entry("B"), entry("C"), entry("D") }, { 1, 3 });
+    port.expectAlert("DeleteFilesListOnly", Answer::Cancel);
+    mnuEraseFilesListOnly_Click(*session, table);
+    EXPECT_EQ(table.size(), 4u);
+    EXPECT_FALSE(session->ChangesMade);
+
+    port.expectAlert("DeleteFilesListOnly", Answer::Ok);
+    mnuEraseFilesListOnly_Click(*session, table);
+    EXPECT_EQ(names(), (std::vector<std::string> { "A", "C" }));
+    EXPECT_FALSE(table.anySelected());
+    EXPECT_TRUE(session->ChangesMade);
+
+    mnuSelectAllFiles_Click(table);
+    port.expectAlert("DeleteFilesListOnly", Answer::Ok);
+    mnuEraseFilesListOnly_Click(*session, table);
+    EXPECT_TRUE(table.empty());
+}
+
+TEST_F(SelectionOperations, DeleteRemovesOnlyFilesFoundInTheAreasOwnDirectories)
+{
+    const fs::path alt1 = record.alt[0];
+    const fs::path alt2 = record.alt[1];
+    TestBoard::writeFile(alt1 / "TWICE.ZIP", "first");
+    TestBoard::writeFile(alt2 / "TWICE.ZIP", "second");
+    TestBoard::writeFile(files / "readonly.zip", "r");
+    fs::permissions(files / "readonly.zip", fs::perms::owner_read);
+    TestBoard::writeFile(board.root() / "outside.zip", "keep");
+    fs::create_symlink(board.root() / "outside.zip", files / "LINK.ZIP");
+    fs::create_directory(files / "FOLDER.ZIP");
+    load({ entry("TWICE.ZIP"), entry("READONLY.ZIP"), entry("LINK.ZIP"), entry("FOLDER.ZIP"), entry("../outside.zip"),
+           entry("KEEP.ZIP") },
+         { 0, 1, 2, 3, 4 });
+    port.expectAlert("DeleteFiles", Answer::Ok);
+    const DeleteReport report = mnuDeleteFiles_Click(*session, table);
+
+    EXPECT_EQ(names(), std::vector<std::string> { "KEEP.ZIP" });
+    EXPECT_FALSE(fs::exists(alt1 / "TWICE.ZIP"));
+    EXPECT_TRUE(fs::exists(alt2 / "TWICE.ZIP")); // a later directory's file of the same name stays
+    EXPECT_FALSE(fs::exists(files / "readonly.zip"));
+    EXPECT_FALSE(fs::exists(fs::symlink_status(files / "LINK.ZIP")));
+    EXPECT_EQ(TestBoard::readFile(board.root() / "outside.zip"), "keep");
+    EXPECT_TRUE(fs::is_directory(files / "FOLDER.ZIP"));
+    EXPECT_EQ(report.deleted, (std::vector<std::string> { "TWICE.ZIP", "READONLY.ZIP", "LINK.ZIP" }));
+    EXPECT_EQ(report.notFound, (std::vector<std::string> { "FOLDER.ZIP", "../outside.zip" }));
+    EXPECT_TRUE(session->ChangesMade);
+    EXPECT_TRUE(session->IndexPending);
+    EXPECT_EQ(session->makeIndexList, std::vector<int> { session->area.AreaNumber });
+}
+
+TEST_F(SelectionOperations, DeleteOfMissingFilesRemovesEntriesWithoutMarkingChanges)
+{
+    load({ entry("GONE.ZIP"), entry("KEEP.ZIP") }, { 0 });
+    port.expectAlert("DeleteFiles", Answer::Ok);
+    mnuDeleteFiles_Click(*session, table);
+    EXPECT_EQ(names(), std::vector<std::string> { "KEEP.ZIP" });
+    EXPECT_FALSE(session->ChangesMade);
+    EXPECT_FALSE(session->IndexPending);
+}
+
+TEST_F(SelectionOperations, DeleteOnACdRomAreaAsksThenRefuses)
+{
+    record.cdrom = "Yes";
+    open();
+    TestBoard::writeFile(files / "A.ZIP", "a");
+    load({ entry("A.ZIP") }, { 0 });
+    port.expectAlert("DeleteFiles", Answer::Ok).expectAlert("CDRomOffline", Answer::Cancel);
+    mnuDeleteFiles_Click(*session, table);
+    EXPECT_TRUE(fs::exists(files / "A.ZIP"));
+    EXPECT_EQ(table.size(), 1u);
+}
+
+TEST_F(SelectionOperations, UploaderLinesAreCutAtTheFirstMarker)
+{
+    struct Case
+    {
+        std::string description;
+        std::string expected;
+    };
+    const std::vector<Case> cases = {
+        { "First line\r\nUploaded By: Sam\r\nThird\r\n", "First line\r\n" },
+        { "Uploaded By someone\r\n", "" },
+        { "uploaded by someone\r\n", "uploaded by someone\r\n" },
+        { "A\r\n  Uploaded By x Uploaded By y\r\n", "A\r\n  " },
+    };
+    EntryList entries;
+    for (const Case& c : cases)
+        entries.push_back(entry("F", c.description));
+    entries.push_back(entry("UNSELECTED", "Uploaded By me\r\n"));
+    load(entries, { 0, 1, 2, 3 });
+    mnuRemoveUploadBy_Click(*session, table);
+    for (std::size_t i = 0; i < cases.size(); ++i)
+        EXPECT_EQ(table.at(i).Description, cases[i].expected) << i;
+    EXPECT_EQ(table.at(4).Description, "Uploaded By me\r\n");
+    EXPECT_FALSE(table.anySelected());
+    EXPECT_TRUE(session->ChangesMade);
+
+    load({ entry("F", "uploaded by no one\r\n") }, { 0 });
+    session->ChangesMade = false;
+    mnuRemoveUploadBy_Click(*session, table);
+    EXPECT_FALSE(session->ChangesMade);
+}
+
+} // namespace
+} // namespace Kelvane

@@ -1,0 +1,119 @@
+#include "editor/EditorFixture.h"
+
+#include "sortmove/SortView.h"
+
+using namespace Qt::StringLiterals;
+
+namespace Kelvane {
+namespace {
+
+using Testing::EditorFixture;
+
+class SortViewTest : public EditorFixture
+{
+protected:
+    // Entries named after their rank so an order reads at a glance.
+    void loadSizes(const std::vector<std::pair<std::string, std::string>>& entries)
+    {
+        EntryList list;
+        for (const auto& [name, size] : entries)
+            list.push_back({ name, size, "01-01-96", "d\r\n" });
+        load(list);
+    }
+
+    std::vector<std::string> shown(const SortView& view) const
+    {
+        std::vector<std::string> result;
+        for (const std::size_t index : view.shownOrder())
+            result.push_back(table.at(index).FileName);
+        return result;
+    }
+};
+
+TEST_F(SortViewTest, TheToggleFlipsOnEveryClickAndMeansOppositeDirections)
+{
+    loadSizes({ { "b", " 20" }, { "C", " 10" }, { "a", " 30" } });
+    SortView view(*session, table);
+    view.columnClick(SortView::Size); // toggle true: sizes ascending
+    EXPECT_EQ(shown(view), (std::vector<std::string> { "C", "b", "a" }));
+    EXPECT_EQ(view.status(), u"Last Item Sorted: File Size"_s);
+    view.columnClick(SortView::Size);
+    EXPECT_EQ(shown(view), (std::vector<std::string> { "a", "b", "C" }));
+    view.columnClick(SortView::FileName); // toggle true again: names descending, ignoring case
+    EXPECT_EQ(shown(view), (std::vector<std::string> { "C", "b", "a" }));
+    EXPECT_TRUE(session->ChangesMade);
+}
+
+TEST_F(SortViewTest, TheDescriptionColumnOnlyReordersInTextSortMode)
+{
+    load({ { "B", " 1", "", "zebra\r\n" }, { "A", " 2", "", "apple\r\n" }, { "C", " 3", "", "mango\r\n" } });
+    SortView view(*session, table);
+    view.columnClick(SortView::Description);
+    EXPECT_EQ(view.status(), u"Can not Sort File Descriptions!"_s);
+    EXPECT_EQ(shown(view), (std::vector<std::string> { "B", "A", "C" }));
+    EXPECT_FALSE(session->ChangesMade);
+    view.columnClick(SortView::FileName); // toggle false now: ascending
+    EXPECT_EQ(shown(view), (std::vector<std::string> { "A", "B", "C" }));
+    view.columnClick(SortView::Description); // text-sort mode is still on: by description
+    EXPECT_EQ(view.status(), u"Can not Sort File Descriptions!"_s);
+    EXPECT_EQ(shown(view), (std::vector<std::string> { "A", "C", "B" }));
+}
+
+TEST_F(SortViewTest, EqualKeysComeOutAsTheMergeRuleMakesThem)
+{
+    // Equal values answer 1, which puts the right element first in every merge.
+    std::vector<std::size_t> order = { 0, 1, 2, 3, 4 };
+    SortView::mergeSort(order, [](std::size_t, std::size_t) { return 1; });
+    EXPECT_EQ(order, (std::vector<std::size_t> { 4, 3, 2, 1, 0 }));
+    order = { 0, 1, 2, 3, 4 };
+    SortView::mergeSort(order, [](std::size_t, std::size_t) { return 0; });
+    EXPECT_EQ(order, (std::vector<std::size_t> { 0, 1, 2, 3, 4 }));
+
+    loadSizes({ { "first", " 5" }, { "second", " 5" }, { "third", " 5" } });
+    SortView view(*session, table);
+    view.columnClick(SortView::Size);
+    EXPECT_EQ(shown(view), (std::vector<std::string> { "third", "second", "first" }));
+    EXPECT_EQ(SortView::compare(true, 1, 2), 0);
+    EXPECT_EQ(SortView::compare(false, 1, 2), 2);
+    EXPECT_EQ(SortView::compare(false, 3, 3), 1);
+}
+
+TEST_F(SortViewTest, DatesSortWithTheBoardsCenturyRuleAndEmptyAsTheZeroDate)
+{
+    load({ { "y2029", " 1", "06-01-29", "" },
+           { "y1930", " 1", "06-01-30", "" },
+           { "empty", " 1", "", "" },
+           { "y1996", " 1", "12-31-1996", "" } });
+    SortView view(*session, table);
+    view.columnClick(SortView::Size);
+    view.columnClick(SortView::Date); // the second click: toggle false, dates descending
+    EXPECT_EQ(shown(view), (std::vector<std::string> { "y2029", "y1996", "y1930", "empty" }));
+}
+
+TEST_F(SortViewTest, BadCellsAreReportedAndCountAsZero)
+{
+    loadSizes({ { "big", " 9" }, { "bad", "lots" }, { "small", " 1" } });
+    port.expectError("lsvEditFileArea_GetItemValueStr");
+    SortView view(*session, table);
+    view.columnClick(SortView::Size);
+    EXPECT_EQ(shown(view), (std::vector<std::string> { "bad", "small", "big" }));
+    EXPECT_EQ(sizeSortValue(" 12345"), 12345);
+    EXPECT_EQ(sizeSortValue("2147483648"), std::nullopt);
+    EXPECT_EQ(sizeSortValue("12x"), std::nullopt);
+}
+
+TEST_F(SortViewTest, WriteBackStoresTheShownOrderAndCutsLongDescriptions)
+{
+    load({ { "B", " 2", "", std::string(1100, 'x') }, { "A", " 1", "", "trailing   " } }, { 0, 1 });
+    SortView view(*session, table);
+    view.columnClick(SortView::Size);
+    view.writeBack();
+    EXPECT_EQ(names(), (std::vector<std::string> { "A", "B" }));
+    EXPECT_EQ(table.at(0).Description, "trailing");
+    EXPECT_EQ(table.at(1).Description.size(), 1023u);
+    EXPECT_FALSE(table.anySelected());
+    EXPECT_EQ(view.status(), u"Click Title Column Bar above to sort that area"_s);
+}
+
+} // namespace
+} // namespace Kelvane
