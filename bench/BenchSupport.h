@@ -3,13 +3,43 @@
 // What the benchmarks share: a median of several timed runs and a figure printed against
 // its target with PASS or FAIL.
 
+#include "board/BoardTool.h"
+#include "board/CurrentArea.h"
+#include "board/Session.h"
+#include "platform/CodePage.h"
+
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <filesystem>
 #include <functional>
+#include <memory>
 #include <vector>
 
 namespace Kelvane::Bench {
+
+/// A board of one area whose files lie in files, opened as the editor opens it, with a
+/// port that agrees to everything.
+struct BenchArea
+{
+    BenchArea(const std::filesystem::path& root, const std::filesystem::path& files)
+        : session(port, root / "program", CodePage::windows1252())
+    {
+        const std::filesystem::path node = root / "board";
+        BoardTool::init(node);
+        AreaRecord record;
+        record.title = "Bench";
+        record.path = files.string();
+        record.filesList = (files / "FILES.LST").string();
+        BoardTool::add(node, record);
+        session.area.MainNodePath = node;
+        session.area.AreaNumber = 1;
+        Farea_Dat_Initialize(session);
+    }
+
+    SilentPort port { true };
+    Session session;
+};
 
 /// The median wall time of runs calls of work, each after prepare (not timed).
 inline double medianSeconds(int runs, const std::function<void()>& work, const std::function<void()>& prepare = {})

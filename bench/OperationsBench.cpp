@@ -60,19 +60,8 @@ int main()
         std::ofstream(files / entry.FileName) << entry.FileName; // content of its own
         fs::resize_file(files / entry.FileName, std::stoull(entry.Size));
     }
-    const fs::path node = root / "board";
-    BoardTool::init(node);
-    AreaRecord record;
-    record.title = "Bench";
-    record.path = files.string();
-    record.filesList = (files / "FILES.LST").string();
-    BoardTool::add(node, record);
-
-    SilentPort port(true);
-    Session session(port, root / "program", CodePage::windows1252());
-    session.area.MainNodePath = node;
-    session.area.AreaNumber = 1;
-    Farea_Dat_Initialize(session);
+    BenchArea area(root, files);
+    Session& session = area.session;
     EntryTable table;
     std::printf("An area of %d entries\n\n", EntryCount);
 

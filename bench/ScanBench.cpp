@@ -67,19 +67,8 @@ int main()
                  { { "FILE_ID.DIZ", "New archive " + std::to_string(i) + "\r\nA second line of its description\r\n" },
                    { "PROGRAM.EXE", std::string(2000, 'p') } });
     }
-    const fs::path node = root / "board";
-    BoardTool::init(node);
-    AreaRecord record;
-    record.title = "Bench";
-    record.path = files.string();
-    record.filesList = (files / "FILES.LST").string();
-    BoardTool::add(node, record);
-
-    SilentPort port(true);
-    Session session(port, root / "program", CodePage::windows1252());
-    session.area.MainNodePath = node;
-    session.area.AreaNumber = 1;
-    Farea_Dat_Initialize(session);
+    BenchArea area(root, files);
+    Session& session = area.session;
     EntryTable table;
     std::size_t added = 0;
     const double scan = medianSeconds(
