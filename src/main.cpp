@@ -1,4 +1,5 @@
 #include "cli/CommandLine.h"
+#include "shell/Desktop.h"
 
 #include <csignal>
 #include <cstdio>
@@ -19,6 +20,8 @@ int main(int argc, char* argv[])
     const bool interactive = false;
 #endif
     try {
+        if (Kelvane::startsDesktop(argc, argv))
+            return Kelvane::runDesktop(argc, argv);
         Kelvane::CommandContext context { std::cout, std::cerr, std::cin, interactive };
         const int status = Kelvane::runCommandLine(argc, argv, context);
         std::cout.flush();

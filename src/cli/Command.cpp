@@ -20,13 +20,6 @@ CommandError::CommandError(const QString& message)
 {
 }
 
-const CodePage& chosenCodePage(const SettingsStore& settings)
-{
-    const QString name = settings.GetSetting(u"Kelvane Startup"_s, u"CodePage"_s);
-    const CodePage* page = name.isEmpty() ? nullptr : CodePage::named(name);
-    return page ? *page : CodePage::windows1252();
-}
-
 std::string terminalText(const CodePage& page, std::string_view bytes)
 {
     return page.toUnicode(bytes).toStdString();

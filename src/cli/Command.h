@@ -84,7 +84,6 @@ private:
 };
 
 /// The code page the operator chose in Options (Windows-1252 unless another was chosen).
-const CodePage& chosenCodePage(const SettingsStore& settings);
 
 /// Text for the terminal from bytes in the code page.
 std::string terminalText(const CodePage& page, std::string_view bytes);

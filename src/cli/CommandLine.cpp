@@ -13,6 +13,8 @@ int runCommandLine(int argc, const char* const* argv, CommandContext& context)
     CLI::App app("Kelvane: the file-area manager of a Vandor board", "kelvane");
     app.require_subcommand(0, 1);
     app.set_version_flag("--version", "kelvane 2.0");
+    app.footer("With no command Kelvane starts its desktop program; \"kelvane open AREA\" starts it with that "
+               "File Area open.");
 
     std::vector<std::pair<std::unique_ptr<Command>, CLI::App*>> commands;
     for (auto make :

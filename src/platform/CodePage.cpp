@@ -1,5 +1,7 @@
 #include "platform/CodePage.h"
 
+#include "platform/SettingsStore.h"
+
 #include "platform/FileNames.h"
 
 #include <algorithm>
@@ -138,6 +140,13 @@ const std::array<CodePage, CodePageTableCount>& CodePage::allPages()
     }
     (std::make_index_sequence<CodePageTableCount>());
     return pages;
+}
+
+const CodePage& chosenCodePage(const SettingsStore& settings)
+{
+    const QString name = settings.GetSetting(u"Kelvane Startup"_s, u"CodePage"_s);
+    const CodePage* page = name.isEmpty() ? nullptr : CodePage::named(name);
+    return page ? *page : CodePage::windows1252();
 }
 
 } // namespace Kelvane

@@ -10,6 +10,8 @@
 
 namespace Kelvane {
 
+class SettingsStore;
+
 struct CodePageTable
 {
     const char* name;
@@ -63,5 +65,9 @@ private:
     std::array<unsigned char, 256> m_upper {};
     std::array<std::pair<char16_t, unsigned char>, 128> m_reverse {}; // high half, sorted by character
 };
+
+/// The code page chosen in Options ("Kelvane Startup", "CodePage"); Windows-1252 when none
+/// or an unknown one is set.
+const CodePage& chosenCodePage(const SettingsStore& settings);
 
 } // namespace Kelvane

@@ -1,0 +1,167 @@
+#include "shell/MakeIndexForm.h"
+
+#include "board/Session.h"
+#include "index/MakeIndex.h"
+#include "shell/FrameHost.h"
+
+#include <QCloseEvent>
+#include <QEventLoop>
+#include <QGroupBox>
+#include <QLabel>
+#include <QListWidget>
+#include <QProgressBar>
+#include <QTimer>
+#include <QTreeWidget>
+#include <QVBoxLayout>
+
+#include <algorithm>
+#include <limits>
+
+using namespace Qt::StringLiterals;
+
+namespace Kelvane {
+
+namespace {
+
+int barValue(qint64 value)
+{
+    return static_cast<int>(std::clamp<qint64>(value, 0, std::numeric_limits<int>::max()));
+}
+
+} // namespace
+
+MakeIndexForm::MakeIndexForm(FrameHost& host, QWidget* parent)
+    : QDialog(parent)
+    , m_host(host)
+{
+    setObjectName(u"frmMakeIndex"_s);
+    setWindowTitle(u"Kelvane - Make Index"_s);
+    setModal(false);
+
+    m_frame = new QGroupBox(this);
+    m_frame->setObjectName(u"FraMakeIdx"_s);
+    m_progress = new QProgressBar(m_frame);
+    m_progress->setObjectName(u"prbMakeIdx"_s);
+    m_progress->setRange(0, 1);
+    m_progress->setValue(0);
+    m_filePath = new QLabel(m_frame);
+    m_filePath->setObjectName(u"lblFilePath"_s);
+    m_status = new QLabel(m_frame);
+    m_status->setObjectName(u"lblStatus"_s);
+    for (QLabel* label : { m_filePath, m_status }) {
+        // A long path must not resize the form while the texts change.
+        label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
+    }
+    m_rows = new QTreeWidget(m_frame);
+    m_rows->setObjectName(u"lsvMakeIdx"_s);
+    m_rows->setHeaderLabels({ u"FileName"_s, u"Area"_s });
+    m_rows->setRootIsDecorated(false);
+    m_rows->setUniformRowHeights(true);
+    m_pending = new QListWidget(m_frame);
+    m_pending->setObjectName(u"lstMakeIdx"_s);
+    m_pending->setVisible(false);
+
+    auto* frameLayout = new QVBoxLayout(m_frame);
+    frameLayout->addWidget(m_filePath);
+    frameLayout->addWidget(m_status);
+    frameLayout->addWidget(m_progress);
+    frameLayout->addWidget(m_rows, 1);
+    frameLayout->addWidget(m_pending);
+    auto* layout = new QVBoxLayout(this);
+    layout->addWidget(m_frame);
+    resize(480, 360);
+}
+
+MakeIndexForm::~MakeIndexForm() = default;
+
+void MakeIndexForm::run(std::chrono::milliseconds pause)
+{
+    Session& session = m_host.session();
+    if (session.makeIndexList.empty()) {
+        session.IndexPending = false;
+        refreshPendingList();
+        return;
+    }
+    m_running = true;
+    // A window belonging to the frame would be disabled with it: while the index is built the
+    // form stands on its own, over the frame.
+    QWidget* owner = parentWidget();
+    if (owner)
+        setParent(nullptr, windowFlags());
+    QWidget* frame = m_host.frameWindow();
+    if (frame) {
+        frame->setEnabled(false);
+        move(frame->geometry().center() - rect().center());
+    }
+    show();
+    QEventLoop wait;
+    QTimer::singleShot(pause, &wait, &QEventLoop::quit);
+    wait.exec();
+    {
+        ProgressViewScope progress(m_host.qtPort(), this);
+        Make_Index_File(session);
+    }
+    unload();
+    if (frame)
+        frame->setEnabled(true);
+    if (owner)
+        setParent(owner, windowFlags());
+}
+
+void MakeIndexForm::unload()
+{
+    m_running = false;
+    hide();
+    m_rows->clear();
+    m_filePath->clear();
+    m_status->clear();
+    m_progress->setRange(0, 1);
+    m_progress->setValue(0);
+    refreshPendingList();
+}
+
+void MakeIndexForm::refreshPendingList()
+{
+    m_pending->clear();
+    for (const int area : m_host.session().makeIndexList)
+        m_pending->addItem(QString::number(area));
+}
+
+void MakeIndexForm::showProgressText(ProgressLine line, const QString& text)
+{
+    if (line == ProgressLine::Path)
+        m_filePath->setText(text);
+    else if (line == ProgressLine::Status)
+        m_status->setText(text);
+}
+
+void MakeIndexForm::showProgressValue(qint64 value, qint64 maximum)
+{
+    const int top = barValue(maximum);
+    if (m_progress->maximum() != top)
+        m_progress->setRange(0, top);
+    m_progress->setValue(barValue(value));
+}
+
+void MakeIndexForm::reject()
+{
+    if (!m_running)
+        QDialog::reject();
+}
+
+void MakeIndexForm::showEvent(QShowEvent* event)
+{
+    refreshPendingList();
+    QDialog::showEvent(event);
+}
+
+void MakeIndexForm::closeEvent(QCloseEvent* event)
+{
+    if (m_running) {
+        event->ignore();
+        return;
+    }
+    QDialog::closeEvent(event);
+}
+
+} // namespace Kelvane

@@ -1,0 +1,64 @@
+#pragma once
+
+#include "shell/QtPort.h"
+
+#include <QDialog>
+
+#include <chrono>
+
+class QGroupBox;
+class QLabel;
+class QListWidget;
+class QProgressBar;
+class QTreeWidget;
+
+namespace Kelvane {
+
+class FrameHost;
+
+/// The Make Index form (frmMakeIndex): made hidden at start-up and kept for the whole run,
+/// shown only while the index files of the changed areas are rebuilt at shut-down. Its hidden
+/// lstMakeIdx shows the areas waiting, which the session holds.
+///
+/// The frame is disabled while the form shows its progress; a form made as the frame's child
+/// leaves it for that time, so that it is not disabled with it.
+class MakeIndexForm : public QDialog, public ProgressView
+{
+    Q_OBJECT
+
+public:
+    explicit MakeIndexForm(FrameHost& host, QWidget* parent = nullptr);
+    ~MakeIndexForm() override;
+
+    /// Rebuilds the index of every area waiting, with the frame disabled and this form
+    /// showing the progress: shows the form, lets the event loop run for pause so that it is
+    /// drawn, builds, closes it. Nothing is shown when no area waits.
+    void run(std::chrono::milliseconds pause = std::chrono::seconds(1));
+    /// lstMakeIdx from the session's list of areas waiting.
+    void refreshPendingList();
+
+    void showProgressText(ProgressLine line, const QString& text) override;
+    void showProgressValue(qint64 value, qint64 maximum) override;
+
+public Q_SLOTS:
+    /// Escape does nothing while the index is built.
+    void reject() override;
+
+protected:
+    void showEvent(QShowEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    void unload();
+
+    FrameHost& m_host;
+    QGroupBox* m_frame = nullptr;
+    QProgressBar* m_progress = nullptr;
+    QTreeWidget* m_rows = nullptr;
+    QLabel* m_filePath = nullptr;
+    QLabel* m_status = nullptr;
+    QListWidget* m_pending = nullptr;
+    bool m_running = false;
+};
+
+} // namespace Kelvane

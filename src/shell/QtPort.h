@@ -1,0 +1,74 @@
+#pragma once
+
+#include "board/UserPort.h"
+
+#include <QPointer>
+#include <QWidget>
+#include <functional>
+#include <memory>
+
+class QMessageBox;
+
+namespace Kelvane {
+
+/// Where a long operation's progress is shown: the form that runs it (the scan's search
+/// form, the move's progress form, the Make Index form) while it is up.
+class ProgressView
+{
+public:
+    virtual ~ProgressView() = default;
+    virtual void showProgressText(ProgressLine line, const QString& text) = 0;
+    virtual void showProgressValue(qint64 value, qint64 maximum) = 0;
+};
+
+/// The desktop program's user port: every message box of Kelvane is built here, as a
+/// QMessageBox with its title, text, icon and buttons, and opened modally.
+class QtPort : public UserPort
+{
+public:
+    QtPort() = default;
+
+    Answer messageBox(const MessageBox& box) override;
+    void processEvents() override;
+    void setBusy(bool busy) override;
+    void progressText(ProgressLine line, const QString& text) override;
+    void progressValue(qint64 value, qint64 maximum) override;
+    QString browseForFolder(const QString& prompt) override;
+
+    /// The window the boxes belong to.
+    void setDialogParent(QWidget* parent) { m_parent = parent; }
+    /// What a box's Help button opens: the help topic of its context number.
+    void setHelpHandler(std::function<void(int context)> handler) { m_help = std::move(handler); }
+    /// The form that shows progress now; nullptr for none.
+    void setProgressView(ProgressView* view) { m_progress = view; }
+    ProgressView* progressView() const { return m_progress; }
+
+    /// The QMessageBox of box, ready to exec(); line breaks are the box's CRs.
+    static std::unique_ptr<QMessageBox> buildBox(const MessageBox& box, QWidget* parent);
+
+protected:
+    /// Runs a built box and answers its button; the tests answer from a script instead.
+    virtual Answer execBox(QMessageBox& box, const MessageBox& message);
+
+private:
+    QPointer<QWidget> m_parent;
+    std::function<void(int)> m_help;
+    ProgressView* m_progress = nullptr;
+    int m_busyDepth = 0;
+};
+
+/// Shows progress in view while it lives, then in whatever showed it before.
+class ProgressViewScope
+{
+public:
+    ProgressViewScope(QtPort* port, ProgressView* view);
+    ~ProgressViewScope();
+    ProgressViewScope(const ProgressViewScope&) = delete;
+    ProgressViewScope& operator=(const ProgressViewScope&) = delete;
+
+private:
+    QtPort* m_port;
+    ProgressView* m_previous = nullptr;
+};
+
+} // namespace Kelvane

@@ -1,0 +1,172 @@
+#include "accessories/AnimationControl.h"
+#include "accessories/AviFiles.h"
+#include "platform/FileNames.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QtEndian>
+#include <functional>
+#include <gtest/gtest.h>
+#include <random>
+
+using namespace Qt::StringLiterals;
+using namespace Kelvane;
+
+namespace {
+
+constexpr Animation AllAnimations[] = { Animation::FindFile, Animation::Search, Animation::FileMove };
+
+QString writeFile(const QTemporaryDir& directory, const QByteArray& bytes)
+{
+    const QString path = directory.filePath(u"test.avi"_s);
+    QFile file(path);
+    EXPECT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    file.write(bytes);
+    return path;
+}
+
+void putU32(QByteArray& bytes, qsizetype at, quint32 value)
+{
+    for (int shift = 0; shift < 32; shift += 8)
+        bytes[at + shift / 8] = static_cast<char>(value >> shift);
+}
+
+} // namespace
+
+TEST(Animation, EveryAnimationPlaysBackAsDrawn)
+{
+    QTemporaryDir directory;
+    for (Animation animation : AllAnimations) {
+        SCOPED_TRACE(animationFileName(animation).toStdString());
+        const QByteArray bytes = animationBytes(animation);
+        ASSERT_TRUE(bytes.startsWith("RIFF"));
+        EXPECT_EQ(qFromLittleEndian<quint32>(bytes.constData() + 4), static_cast<quint32>(bytes.size() - 8));
+
+        AnimationControl control;
+        ASSERT_TRUE(control.open(writeFile(directory, bytes)));
+        EXPECT_GE(control.frameCount(), 8);
+        const QImage first = control.pixmap().toImage();
+        EXPECT_EQ(first.size(), QSize(64, 48));
+        control.play();
+        EXPECT_TRUE(QTest::qWaitFor([&] { return control.currentFrame() != 0; }, 2000));
+        EXPECT_NE(control.pixmap().toImage(), first); // the frames differ: something moves
+        control.stop();
+        EXPECT_FALSE(control.isPlaying());
+        EXPECT_EQ(control.currentFrame(), 0);
+    }
+}
+
+TEST(Animation, RowsAreStoredBottomUp)
+{
+    // The file-move folders stand at the bottom of the picture, under white sky.
+    QTemporaryDir directory;
+    AnimationControl control;
+    ASSERT_TRUE(control.open(writeFile(directory, animationBytes(Animation::FileMove))));
+    const QImage frame = control.pixmap().toImage();
+    EXPECT_EQ(frame.pixel(4, 43), qRgb(0xe6, 0xbe, 0x3c));
+    EXPECT_EQ(frame.pixel(4, 2), qRgb(0xff, 0xff, 0xff));
+}
+
+TEST(Animation, WritesOnlyTheMissingFilesAndNeverThrows)
+{
+    QTemporaryDir directory;
+    const QString folder = directory.filePath(u"AVI"_s);
+    ASSERT_TRUE(QDir().mkpath(folder));
+    QFile kept(folder + u"/SEARCH.AVI"_s);
+    ASSERT_TRUE(kept.open(QIODevice::WriteOnly));
+    kept.write("the operator's own");
+    kept.close();
+
+    writeMissingAnimations(pathFromUnicode(directory.path()));
+
+    EXPECT_EQ(QDir(folder).entryList(QDir::Files).size(), 3); // no temporary left behind
+    ASSERT_TRUE(kept.open(QIODevice::ReadOnly));
+    EXPECT_EQ(kept.readAll(), "the operator's own");
+    for (Animation animation : { Animation::FindFile, Animation::FileMove }) {
+        AnimationControl control;
+        EXPECT_TRUE(control.open(folder + u'/' + animationFileName(animation)));
+    }
+
+    // A program directory below a plain file cannot be made.
+    QFile plain(directory.filePath(u"plain"_s));
+    ASSERT_TRUE(plain.open(QIODevice::WriteOnly));
+    plain.close();
+    EXPECT_NO_THROW(writeMissingAnimations(pathFromUnicode(plain.fileName()) / "below"));
+    EXPECT_NO_THROW(writeMissingAnimations(pathFromUnicode(plain.fileName())));
+}
+
+TEST(Animation, DamagedFilesNeverCrashAndOpenNothingOrAWholeAnimation)
+{
+    enum Outcome { Refused, Plays, Either };
+    const QByteArray good = animationBytes(Animation::FindFile);
+    const qsizetype mainHeader = good.indexOf("avih");
+    const qsizetype format = good.indexOf("strf");
+    const qsizetype firstFrame = good.indexOf("00dc");
+    struct Case
+    {
+        const char* name;
+        Outcome outcome;
+        std::function<void(QByteArray&)> damage;
+    };
+    const std::vector<Case> cases {
+        { "missing file", Refused, [](QByteArray&) {} },
+        { "empty", Refused, [](QByteArray& b) { b.clear(); } },
+        { "header only", Refused, [](QByteArray& b) { b.truncate(11); } },
+        { "cut in the headers", Refused, [&](QByteArray& b) { b.truncate(format + 20); } },
+        { "cut in the frames", Plays, [](QByteArray& b) { b.truncate(b.size() / 2); } },
+        { "cut at the end", Either, [](QByteArray& b) { b.chop(3); } },
+        { "not RIFF", Refused, [](QByteArray& b) { b.replace(0, 4, "RIFX"); } },
+        { "not AVI", Refused, [](QByteArray& b) { b.replace(8, 4, "WAVE"); } },
+        { "huge RIFF size", Plays, [](QByteArray& b) { putU32(b, 4, 0xffffffff); } },
+        { "huge main header", Either, [&](QByteArray& b) { putU32(b, mainHeader + 4, 0xfffffff0); } },
+        { "huge format", Either, [&](QByteArray& b) { putU32(b, format + 4, 0x7ffffff0); } },
+        { "huge frame chunk", Refused, [&](QByteArray& b) { putU32(b, firstFrame + 4, 0xfffffff0); } },
+        { "huge width", Refused, [&](QByteArray& b) { putU32(b, format + 12, 0x7fffffff); } },
+        { "most negative height", Refused, [&](QByteArray& b) { putU32(b, format + 16, 0x80000000); } },
+        { "huge palette", Either, [&](QByteArray& b) { putU32(b, format + 8 + 32, 0xffffffff); } },
+        { "unknown compression", Refused, [&](QByteArray& b) { putU32(b, format + 8 + 16, 7); } },
+        { "zero frames", Refused, [](QByteArray& b) { b.replace("00dc", "01dc"); } },
+        { "runs past the frame", Either,
+          [&](QByteArray& b) {
+              // Long runs, a delta far off the picture and an absolute run longer than the chunk.
+              const QByteArray stream = QByteArray::fromHex("ff03ff04ff05000200ff0000ff01ff01ff01fe06");
+              const qsizetype size = qFromLittleEndian<quint32>(b.constData() + firstFrame + 4);
+              for (qsizetype i = 0; i < size; ++i)
+                  b[firstFrame + 8 + i] = stream[i % stream.size()];
+          } },
+        { "absolute run past the chunk", Either,
+          [&](QByteArray& b) { b.replace(firstFrame + 8, 2, QByteArray::fromHex("00fe")); } },
+    };
+
+    QTemporaryDir directory;
+    auto check = [&](const std::string& name, Outcome outcome, const QString& path) {
+        SCOPED_TRACE(name);
+        AnimationControl control;
+        const bool opened = control.open(path);
+        EXPECT_EQ(opened, control.isOpen());
+        if (outcome != Either) {
+            EXPECT_EQ(opened, outcome == Plays);
+        }
+        if (opened) {
+            EXPECT_GE(control.frameCount(), 1);
+            EXPECT_FALSE(control.pixmap().isNull());
+        } else {
+            EXPECT_EQ(control.frameCount(), 0);
+        }
+    };
+    for (const Case& each : cases) {
+        QByteArray bytes = good;
+        each.damage(bytes);
+        const bool missing = std::string_view(each.name) == "missing file";
+        check(each.name, each.outcome, missing ? directory.filePath(u"none.avi"_s) : writeFile(directory, bytes));
+    }
+    // And bytes changed at random, over and over.
+    std::mt19937 random(20240601);
+    for (int round = 0; round < 300; ++round) {
+        QByteArray bytes = good;
+        for (int change = 0; change < 8; ++change)
+            bytes[static_cast<qsizetype>(random() % static_cast<quint32>(bytes.size()))] = static_cast<char>(random());
+        check("random " + std::to_string(round), Either, writeFile(directory, bytes));
+    }
+}

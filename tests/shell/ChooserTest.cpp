@@ -1,0 +1,214 @@
+#include "shell/FileAreaTitlesForm.h"
+#include "shell/MoveFileTitlesForm.h"
+
+#include "FakeFrameHost.h"
+#include "support/ScriptedPort.h"
+
+#include <QAction>
+#include <QListView>
+#include <QPointer>
+#include <QPushButton>
+#include <QStackedWidget>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+using namespace Qt::StringLiterals;
+
+namespace Kelvane::Testing {
+namespace {
+
+class ChooserTest : public ::testing::Test
+{
+protected:
+    void addAreas(std::initializer_list<std::string> titles)
+    {
+        for (const std::string& title : titles) {
+            AreaRecord record = board.simpleRecord("area" + std::to_string(++m_areas));
+            record.title = title;
+            TestBoard::writeFile(record.filesList, {});
+            board.addArea(record);
+        }
+    }
+    template <typename T> T* child(QWidget* form, const QString& name) { return form->findChild<T*>(name); }
+    QListView* icons(QWidget* form)
+    {
+        return child<QListView>(form, form->findChild<QStackedWidget*>()->objectName() + u"Icons"_s);
+    }
+
+    int m_areas = 0;
+    TestBoard board;
+    ScriptedPort port;
+    FakeFrameHost host { board, port };
+};
+
+TEST_F(ChooserTest, BothChoosersStartWithDefaultsAndKeepWhatWasSaved)
+{
+    const std::function<AreaListForm*()> makers[]
+        = { [this] { return new FileAreaTitlesForm(host); }, [this] { return new MoveFileTitlesForm(host); } };
+    const AreaListKeys keySets[] = { AreaListKeys::fileAreaTitles(), AreaListKeys::moveFileTitles() };
+    for (int kind = 0; kind < 2; ++kind) {
+        const AreaListKeys& keys = keySets[kind];
+        SCOPED_TRACE(keys.view.toStdString());
+        QPointer<AreaListForm> first = makers[kind]();
+        EXPECT_EQ(first->view(), AreaListForm::LargeIcons);
+        EXPECT_EQ(first->arrangement(), AreaListForm::ArrangeNone);
+        EXPECT_TRUE(child<QAction>(first, u"mnuLargeIcons"_s)->isChecked());
+        EXPECT_TRUE(child<QAction>(first, u"mnuArrangeNone"_s)->isChecked());
+        EXPECT_EQ(first->columnWidthTwips(0), 1440);
+        EXPECT_EQ(first->columnWidthTwips(1), 720);
+        child<QAction>(first, u"mnuDetails"_s)->trigger();
+        child<QAction>(first, u"mnuArrangeTop"_s)->trigger();
+        first->setColumnWidthTwips(0, 2880);
+        first->setColumnWidthTwips(1, 1080);
+        first->saveSettings();
+        EXPECT_EQ(host.setting(keys.view), u"3"_s);
+        EXPECT_EQ(host.setting(keys.arrange), u"2"_s);
+        EXPECT_EQ(host.setting(keys.column1Width), u"2880"_s);
+        EXPECT_EQ(host.setting(keys.column2Width), u"1080"_s);
+        EXPECT_EQ(host.setting(keys.windowState), u"0"_s);
+        first->unload();
+        host.settings().saveInt(u"Kelvane Startup"_s, keys.windowState, AreaListForm::Maximized);
+
+        QPointer<AreaListForm> second = makers[kind]();
+        second->showInFrame();
+        EXPECT_EQ(second->view(), AreaListForm::Details);
+        EXPECT_EQ(second->arrangement(), AreaListForm::ArrangeTop);
+        EXPECT_TRUE(child<QAction>(second, u"mnuDetails"_s)->isChecked());
+        EXPECT_TRUE(child<QAction>(second, u"mnuArrangeTop"_s)->isChecked());
+        EXPECT_EQ(second->columnWidthTwips(0), 2880);
+        EXPECT_EQ(second->columnWidthTwips(1), 1080);
+        EXPECT_EQ(second->windowStateCode(), AreaListForm::Maximized);
+        second->unload();
+        deleteClosedForms();
+        EXPECT_TRUE(first.isNull() && second.isNull());
+    }
+}
+
+TEST_F(ChooserTest, RowsAreTheTitlesWithBlankLedRecordNumbers)
+{
+    addAreas({ "Games", "Caf\xE9 Utilities", "Text Files" });
+    auto* form = new FileAreaTitlesForm(host);
+    const QAbstractItemModel* model = icons(form)->model();
+    ASSERT_EQ(model->rowCount(), 3);
+    EXPECT_EQ(form->titles(), QStringList({ u"Games"_s, u"Café Utilities"_s, u"Text Files"_s }));
+    EXPECT_EQ(model->data(model->index(2, 1)).toString(), u" 3"_s);
+    EXPECT_EQ(model->headerData(0, Qt::Horizontal).toString(), u"File Area Names"_s);
+    EXPECT_EQ(model->headerData(1, Qt::Horizontal).toString(), u"Record #"_s);
+    EXPECT_EQ(form->selectedRow(), 0);
+    EXPECT_EQ(host.session().area.AreaNumber, 4); // the count + 1 until OK sets it
+    form->unload();
+}
+
+TEST_F(ChooserTest, OkEnterAndDoubleClickOpenTheChosenAreaAndCloseTheChooser)
+{
+    addAreas({ "Games", "Caf\xE9 Utilities", "Text Files" });
+    const std::function<void(AreaListForm*)> gestures[] = {
+        [this](AreaListForm* form) {
+            form->selectRow(1);
+            QTest::mouseClick(child<QPushButton>(form, u"cmdOK"_s), Qt::LeftButton);
+        },
+        [this](AreaListForm* form) {
+            form->selectRow(1);
+            QTest::keyClick(icons(form), Qt::Key_Return);
+        },
+        [this](AreaListForm* form) {
+            QListView* view = icons(form);
+            const QPoint row = view->visualRect(view->model()->index(1, 0)).center();
+            QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, row);
+            QTest::mouseDClick(view->viewport(), Qt::LeftButton, {}, row);
+        },
+    };
+    for (const auto& gesture : gestures) {
+        host.openedTitles.clear();
+        host.openFileAreasEnabled = false;
+        QPointer<AreaListForm> form = new FileAreaTitlesForm(host);
+        form->showInFrame();
+        gesture(form);
+        deleteClosedForms();
+        EXPECT_TRUE(form.isNull());
+        EXPECT_EQ(host.areaBox, QStringList({ u"Games"_s, u"Café Utilities"_s, u"Text Files"_s }));
+        EXPECT_EQ(host.areaBoxChosen, 1);
+        EXPECT_EQ(host.openedTitles, QStringList { u"Café Utilities"_s });
+        EXPECT_EQ(host.session().area.AreaNumber, 2);
+        EXPECT_EQ(host.session().area.AreaTitle, "Caf\xE9 Utilities");
+        EXPECT_TRUE(host.openFileAreasEnabled);
+        EXPECT_TRUE(host.statusText.isEmpty());
+        EXPECT_EQ(host.setting(u"FileAreaTitle_View"_s), u"0"_s); // OK saved the look
+    }
+}
+
+TEST_F(ChooserTest, CancelEscapeAndCloseLeaveWithoutOpeningAnArea)
+{
+    addAreas({ "Games" });
+    const std::function<void(QWidget*)> gestures[] = {
+        [this](QWidget* form) { QTest::mouseClick(child<QPushButton>(form, u"cmdCancel"_s), Qt::LeftButton); },
+        [this](QWidget* form) { QTest::keyClick(icons(form), Qt::Key_Escape); },
+        [this](QWidget* form) { child<QAction>(form, u"mnuClose"_s)->trigger(); },
+    };
+    for (const auto& gesture : gestures) {
+        host.openFileAreasEnabled = false;
+        QPointer<AreaListForm> form = new FileAreaTitlesForm(host);
+        form->showInFrame();
+        gesture(form);
+        deleteClosedForms();
+        EXPECT_TRUE(form.isNull());
+        EXPECT_TRUE(host.openFileAreasEnabled);
+        EXPECT_TRUE(host.openedTitles.isEmpty());
+    }
+}
+
+TEST_F(ChooserTest, ABoardWithoutAreasListsNothingAndOkDoesNothing)
+{
+    QPointer<AreaListForm> form = new FileAreaTitlesForm(host);
+    form->showInFrame();
+    EXPECT_EQ(icons(form)->model()->rowCount(), 0);
+    QTest::mouseClick(child<QPushButton>(form, u"cmdOK"_s), Qt::LeftButton);
+    QTest::keyClick(icons(form), Qt::Key_Return);
+    deleteClosedForms();
+    ASSERT_FALSE(form.isNull());
+    EXPECT_TRUE(host.openedTitles.isEmpty());
+    form->unload();
+}
+
+TEST_F(ChooserTest, MoveChooserRefusesUnfitTargetsAndAcceptsAFitOne)
+{
+    addAreas({ "Games", "Utilities" });
+    AreaRecord offline = board.simpleRecord("Archive");
+    offline.offline = "Yes";
+    board.addArea(offline);
+    struct Case
+    {
+        int row;
+        const char* alert; // nullptr: accepted
+    };
+    for (const Case& c : { Case { 0, "NoMoveSameFileArea" }, Case { 2, "NoMoveFileToCDROM" }, Case { 1, nullptr } }) {
+        SCOPED_TRACE(c.row);
+        QPointer<MoveFileTitlesForm> form = new MoveFileTitlesForm(host);
+        form->showInFrame();
+        host.session().area.AreaNumber = 1; // the editor has area 1 open
+        int accepted = 0;
+        int closed = 0;
+        QObject::connect(form, &MoveFileTitlesForm::moveAccepted, form, [&] { ++accepted; });
+        QObject::connect(form, &MoveFileTitlesForm::closed, form, [&] { ++closed; });
+        if (c.alert)
+            port.expectAlert(c.alert);
+        form->selectRow(c.row);
+        QTest::mouseClick(child<QPushButton>(form, u"cmdOK"_s), Qt::LeftButton);
+        EXPECT_TRUE(port.done());
+        EXPECT_EQ(accepted, c.alert ? 0 : 1);
+        EXPECT_EQ(form->isVisible(), c.alert != nullptr);
+        EXPECT_EQ(host.session().target.TargetAreaNumber, c.alert ? 0 : 2);
+        EXPECT_EQ(host.setting(u"MoveFileTitles_View"_s), u"0"_s);
+        form->unload(); // the editor closes the chooser once the move is done
+        deleteClosedForms();
+        EXPECT_TRUE(form.isNull());
+        EXPECT_EQ(closed, 1);
+        EXPECT_EQ(host.session().target.TargetAreaNumber, 0);
+    }
+}
+
+} // namespace
+} // namespace Kelvane::Testing

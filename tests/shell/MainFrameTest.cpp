@@ -1,0 +1,153 @@
+#include "FrameFixture.h"
+
+#include <QComboBox>
+#include <QLabel>
+#include <QMdiArea>
+#include <QMdiSubWindow>
+#include <QScreen>
+#include <QStatusBar>
+#include <QToolBar>
+
+using namespace Qt::StringLiterals;
+
+namespace Kelvane::Testing {
+namespace {
+
+using MainFrameTest = FrameFixture;
+
+TEST_F(MainFrameTest, FirstStartIsCentredAtThreeQuartersAndAsksForAPath)
+{
+    settings = std::make_unique<SettingsStore>();
+    settings->SaveSetting(u"Vandor Startup"_s, u"Vandor Main Path"_s, {});
+    makeFrame();
+    const QRect available = frame->screen()->availableGeometry();
+    const QRect placement = frame->geometry();
+    EXPECT_NEAR(placement.width(), available.width() * 3 / 4, 2);
+    EXPECT_NEAR(placement.height(), available.height() * 3 / 4, 2);
+    EXPECT_NEAR(placement.center().x(), available.center().x(), 2);
+    EXPECT_TRUE(find<QToolBar>(u"tbToolBar1"_s)->isVisible());
+    EXPECT_FALSE(find<QToolBar>(u"tbToolBar2"_s)->isVisible());
+    EXPECT_FALSE(find<QToolBar>(u"tbToolBar3"_s)->isVisible());
+    EXPECT_FALSE(find<QStatusBar>(u"sbStatusBar2"_s)->isVisible());
+
+    port.script.expectAlert("NoPath");
+    action(u"OpenFileAreas"_s)->trigger();
+}
+
+TEST_F(MainFrameTest, OpenFileAreasChecksThePathFirst)
+{
+    struct Case
+    {
+        QString path;
+        const char* alert; // nullptr: the chooser opens
+    };
+    const QString node = QString::fromStdString(board.mainNode().string());
+    const Case cases[] = {
+        { u"/b"_s, "InValidPath" },
+        { u"C:\\"_s, "InValidPath" },
+        { QString::fromStdString(board.root().string()), "NoFareaDatFile" },
+        { node, nullptr },
+    };
+    addArea("one", "");
+    makeFrame();
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.path.toStdString());
+        session->area.MainNodePath = c.path.toStdString();
+        if (c.alert)
+            port.script.expectAlert(c.alert, Answer::Ok, { c.path, {} });
+        action(u"mnuOpenFileAreas"_s)->trigger();
+        auto* chooser = frame->findChild<QWidget*>(u"frmFileAreaTitles"_s);
+        EXPECT_EQ(chooser != nullptr, c.alert == nullptr);
+        EXPECT_EQ(action(u"mnuOpenFileAreas"_s)->isEnabled(), c.alert != nullptr);
+    }
+}
+
+TEST_F(MainFrameTest, TheAreaBoxSwitchesAreasAndAFailedSwitchLeavesNoEditor)
+{
+    const int first = addArea("first", line("ONE.TXT", 1, "one"), { { "ONE.TXT", "1" } });
+    const int second = addArea("second", line("TWO.TXT", 2, "two"), { { "TWO.TXT", "22" } });
+    openArea(first);
+    auto* box = find<QComboBox>(u"cboToolbar3"_s);
+    EXPECT_EQ(box->count(), 2);
+    EXPECT_EQ(box->currentIndex(), 0);
+    EXPECT_TRUE(find<QToolBar>(u"tbToolBar3"_s)->isVisible());
+    EXPECT_FALSE(find<QToolBar>(u"tbToolBar1"_s)->isVisible());
+
+    box->setCurrentIndex(second - 1);
+    action(u"SwitchArea"_s)->trigger();
+    settle();
+    ASSERT_NE(frame->editor(), nullptr);
+    EXPECT_EQ(frame->editor()->windowTitle(), u"Editing File Area: second"_s);
+    EXPECT_EQ(session->area.AreaNumber, second);
+    EXPECT_EQ(find<QLabel>(u"lblFileName"_s)->text(), u"TWO.TXT"_s);
+    EXPECT_EQ(find<QMdiArea>(u"mdiArea"_s)->subWindowList().size(), 1);
+
+    // The first area's directory vanishes: the switch fails and the frame is back at its start.
+    std::filesystem::remove_all(areaDirectory("first"));
+    box->setCurrentIndex(first - 1);
+    port.script.expectAlert("CanNotFindFileAreaPath");
+    action(u"SwitchArea"_s)->trigger();
+    EXPECT_EQ(frame->editor(), nullptr);
+    EXPECT_EQ(session->area.AreaNumber, 0);
+    EXPECT_EQ(box->count(), 0);
+    EXPECT_TRUE(find<QToolBar>(u"tbToolBar1"_s)->isVisible());
+    EXPECT_FALSE(find<QToolBar>(u"tbToolBar2"_s)->isVisible());
+    EXPECT_FALSE(find<QStatusBar>(u"sbStatusBar2"_s)->isVisible());
+}
+
+TEST_F(MainFrameTest, ShutDownOffersMakeIndexAndKeepsTheNormalPlacement)
+{
+    for (const Answer answer : { Answer::Cancel, Answer::Ok }) {
+        SCOPED_TRACE(answer == Answer::Ok ? "build" : "do not build");
+        AreaRecord record = board.simpleRecord("indexed");
+        record.index = (board.root() / "index" / "AREA.IDX").string();
+        TestBoard::writeFile(std::filesystem::path(record.path) / "README.TXT", "r");
+        const int area = board.addArea(record);
+        std::filesystem::remove(record.index);
+
+        makeFrame();
+        frame->setGeometry(100, 120, 640, 480);
+        session->makeIndexList = { area };
+        session->IndexPending = true;
+        port.script.expectAlert("MakeIndex", answer);
+        EXPECT_TRUE(frame->close());
+        EXPECT_EQ(std::filesystem::exists(record.index), answer == Answer::Ok);
+        if (answer == Answer::Ok) {
+            EXPECT_EQ(TestBoard::readFile(record.index), std::string("\0\0README.TXT\0  ", 15));
+        }
+
+        SettingsStore saved;
+        EXPECT_EQ(saved.getInt(u"Kelvane Startup"_s, u"MainWidth"_s, 0), 640 * 1440 / frame->logicalDpiX());
+        EXPECT_EQ(saved.GetSetting(u"Kelvane Startup"_s, u"MainWindowState"_s), QString());
+        EXPECT_EQ(saved.GetSetting(u"Vandor Startup"_s, u"Vandor Main Path"_s),
+                  QString::fromStdString(board.mainNode().string()));
+        frame.reset();
+    }
+}
+
+TEST_F(MainFrameTest, AMaximizedFrameKeepsThePlacementSavedBefore)
+{
+    settings->saveInt(u"Kelvane Startup"_s, u"MainWidth"_s, 9000);
+    settings->saveInt(u"Kelvane Startup"_s, u"MainWindowState"_s, 2);
+    makeFrame();
+    frame->showAsSaved();
+    EXPECT_TRUE(frame->isMaximized());
+    EXPECT_TRUE(frame->close());
+    EXPECT_EQ(SettingsStore().getInt(u"Kelvane Startup"_s, u"MainWidth"_s, 0), 9000);
+}
+
+TEST_F(MainFrameTest, TheViewMenuShowsAndHidesTheBars)
+{
+    makeFrame();
+    action(u"mnuViewToolbar"_s)->trigger();
+    EXPECT_FALSE(find<QToolBar>(u"tbToolBar1"_s)->isVisible());
+    action(u"mnuViewStatusBar"_s)->trigger();
+    EXPECT_FALSE(find<QStatusBar>(u"sbStatusBar1"_s)->isVisible());
+    action(u"mnuViewToolbar"_s)->trigger();
+    action(u"mnuViewStatusBar"_s)->trigger();
+    EXPECT_TRUE(find<QToolBar>(u"tbToolBar1"_s)->isVisible());
+    EXPECT_TRUE(find<QStatusBar>(u"sbStatusBar1"_s)->isVisible());
+}
+
+} // namespace
+} // namespace Kelvane::Testing

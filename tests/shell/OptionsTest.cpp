@@ -1,0 +1,165 @@
+#include "shell/OptionsForm.h"
+
+#include "FakeFrameHost.h"
+#include "platform/CodePage.h"
+#include "platform/FileNames.h"
+#include "support/ScriptedPort.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDir>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+using namespace Qt::StringLiterals;
+
+namespace Kelvane::Testing {
+namespace {
+
+namespace fs = std::filesystem;
+
+class OptionsTest : public ::testing::Test
+{
+protected:
+    OptionsForm* open()
+    {
+        m_form = std::make_unique<OptionsForm>(host);
+        m_form->show();
+        return m_form.get();
+    }
+    template <typename T> T* child(QWidget* form, const QString& name) { return form->findChild<T*>(name); }
+    void type(QWidget* form, const QString& text)
+    {
+        auto* box = child<QLineEdit>(form, u"txtMainNode"_s);
+        box->clear();
+        QTest::keyClicks(box, text);
+    }
+    QString mainNodePath() { return unicodeFromPath(host.session().area.MainNodePath); }
+
+    TestBoard board;
+    ScriptedPort port;
+    FakeFrameHost host { board, port };
+    std::unique_ptr<OptionsForm> m_form;
+};
+
+TEST_F(OptionsTest, AMainNodeIsStoredWithoutItsLastSeparatorWhateverTheCaseOfItsNames)
+{
+    const fs::path otherCase = board.root() / "other";
+    fs::create_directories(otherCase / "mwork" / "FAREA.DAT"); // a folder of that name counts
+    const QString node = unicodeFromPath(board.mainNode());
+    const QString other = unicodeFromPath(otherCase);
+    for (const auto& [typed, stored] :
+         { std::pair { node + u'\\', node }, std::pair { node + u'/', node }, std::pair { other, other } }) {
+        OptionsForm* form = open();
+        type(form, typed);
+        ASSERT_TRUE(child<QPushButton>(form, u"cmdApply"_s)->isEnabled());
+        QTest::mouseClick(child<QPushButton>(form, u"cmdApply"_s), Qt::LeftButton);
+        EXPECT_EQ(mainNodePath(), stored);
+        EXPECT_EQ(host.setting(u"Vandor Main Path"_s, u"Vandor Startup"_s), stored);
+        EXPECT_FALSE(child<QPushButton>(form, u"cmdApply"_s)->isEnabled());
+    }
+}
+
+TEST_F(OptionsTest, AFolderWithoutTheAreaRecordFileIsRefusedAndNothingIsSaved)
+{
+    const QString empty = unicodeFromPath(board.root() / "empty");
+    QDir().mkpath(empty);
+    const QString tested = (empty + QDir::separator() + u"MWORK"_s + QDir::separator() + u"FAREA.DAT"_s).toUpper();
+    port.expect({ u"Kelvane"_s,
+                  u"Can Not find the Path to the needed file \r"_s + tested + u"\rPlease select another folder!"_s,
+                  Buttons::Ok, Icon::Critical });
+    const QString before = mainNodePath();
+    OptionsForm* form = open();
+    type(form, empty);
+    QTest::mouseClick(child<QPushButton>(form, u"cmdOK"_s), Qt::LeftButton);
+    EXPECT_TRUE(form->isVisible()); // open still, for another choice
+    EXPECT_TRUE(child<QLineEdit>(form, u"txtMainNode"_s)->text().isEmpty());
+    EXPECT_FALSE(child<QPushButton>(form, u"cmdApply"_s)->isEnabled());
+    EXPECT_EQ(mainNodePath(), before);
+    EXPECT_TRUE(host.setting(u"Vandor Main Path"_s, u"Vandor Startup"_s).isEmpty());
+}
+
+TEST_F(OptionsTest, StartStateAndRealFileDatesAreReadOnLoadAndWrittenByOk)
+{
+    struct Case
+    {
+        QString storedState, storedDates;
+        bool maximized, realDates;
+    };
+    for (const Case& c : { Case { u"0"_s, u"False"_s, false, false }, Case { u"2"_s, u"True"_s, true, true },
+                           Case { u"1"_s, u"-1"_s, false, true } }) {
+        host.settings().SaveSetting(u"Kelvane Startup"_s, u"MainWindowState"_s, c.storedState);
+        host.settings().SaveSetting(u"Kelvane Startup"_s, u"RealFileDates"_s, c.storedDates);
+        host.session().RealFileDates = false; // nothing reads the store before Options opens
+        OptionsForm* form = open();
+        EXPECT_EQ(host.session().RealFileDates, c.realDates);
+        EXPECT_EQ(child<QCheckBox>(form, u"Check1"_s)->isChecked(), c.maximized);
+        EXPECT_EQ(child<QCheckBox>(form, u"Check2"_s)->isChecked(), c.realDates);
+        EXPECT_FALSE(child<QPushButton>(form, u"cmdApply"_s)->isEnabled());
+        QTest::keyClick(child<QCheckBox>(form, u"Check1"_s), Qt::Key_Space);
+        QTest::keyClick(child<QCheckBox>(form, u"Check2"_s), Qt::Key_Space);
+        EXPECT_TRUE(child<QPushButton>(form, u"cmdApply"_s)->isEnabled());
+        QTest::keyClick(child<QLineEdit>(form, u"txtMainNode"_s), Qt::Key_Return);
+        EXPECT_FALSE(form->isVisible());
+        EXPECT_EQ(form->result(), QDialog::Accepted);
+        EXPECT_EQ(host.setting(u"MainWindowState"_s), c.maximized ? u"0"_s : u"2"_s);
+        EXPECT_EQ(host.setting(u"RealFileDates"_s), c.realDates ? u"False"_s : u"True"_s);
+        EXPECT_EQ(host.session().RealFileDates, !c.realDates);
+    }
+}
+
+TEST_F(OptionsTest, ResetMovesTheFrameAndItsPlacementIsSavedByTheNextApplyOnly)
+{
+    host.settings().saveInt(u"Kelvane Startup"_s, u"MainWindowState"_s, 2);
+    OptionsForm* form = open();
+    QTest::mouseClick(child<QPushButton>(form, u"cmdReset"_s), Qt::LeftButton);
+    EXPECT_EQ(host.resets, 1);
+    EXPECT_FALSE(child<QCheckBox>(form, u"Check1"_s)->isChecked());
+    EXPECT_EQ(host.placementSaves, 0);
+    QTest::mouseClick(child<QPushButton>(form, u"cmdApply"_s), Qt::LeftButton);
+    EXPECT_EQ(host.placementSaves, 1);
+    EXPECT_EQ(host.setting(u"MainWindowState"_s), u"0"_s);
+    QTest::keyClick(child<QCheckBox>(form, u"Check2"_s), Qt::Key_Space);
+    QTest::mouseClick(child<QPushButton>(form, u"cmdApply"_s), Qt::LeftButton);
+    EXPECT_EQ(host.placementSaves, 1);
+}
+
+TEST_F(OptionsTest, TheCodePageChangesOnlyWhileNoAreaIsOpen)
+{
+    for (const int areaNumber : { 2, 0 }) {
+        host.editorOpen = areaNumber != 0;
+        host.session().setCodePage(CodePage::windows1252());
+        OptionsForm* form = open();
+        auto* pages = child<QComboBox>(form, u"cboCodePage"_s);
+        EXPECT_EQ(pages->currentText(), u"Windows-1252"_s);
+        EXPECT_EQ(pages->isEnabled(), areaNumber == 0);
+        pages->setCurrentIndex(pages->findText(CodePage::named(u"CP437")->name()));
+        EXPECT_TRUE(form->UpDate_TBMainNode());
+        const QString expected = areaNumber == 0 ? CodePage::named(u"CP437")->name() : u"Windows-1252"_s;
+        EXPECT_EQ(host.session().codePage().name(), expected);
+        EXPECT_EQ(host.setting(u"CodePage"_s), areaNumber == 0 ? expected : QString());
+    }
+}
+
+TEST_F(OptionsTest, BrowseFillsTheBoxAndEscapeAppliesNothing)
+{
+    const QString before = mainNodePath();
+    port.setFolder(u"/srv/elsewhere"_s);
+    OptionsForm* form = open();
+    QTest::mouseClick(child<QPushButton>(form, u"cmdBrowseForFolder"_s), Qt::LeftButton);
+    EXPECT_EQ(child<QLineEdit>(form, u"txtMainNode"_s)->text(), u"/srv/elsewhere"_s);
+    EXPECT_TRUE(child<QPushButton>(form, u"cmdApply"_s)->isEnabled());
+    QTest::keyClick(form, Qt::Key_Escape);
+    EXPECT_FALSE(form->isVisible());
+    EXPECT_EQ(form->result(), QDialog::Rejected);
+    EXPECT_EQ(mainNodePath(), before);
+    EXPECT_TRUE(host.setting(u"Vandor Main Path"_s, u"Vandor Startup"_s).isEmpty());
+}
+
+} // namespace
+} // namespace Kelvane::Testing

@@ -1,0 +1,186 @@
+#include "shell/OperationsHost.h"
+
+#include "editor/EntryTable.h"
+#include "shell/SortViewForm.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QContextMenuEvent>
+#include <QHeaderView>
+#include <QLabel>
+#include <QMenu>
+#include <QPushButton>
+#include <QTableView>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+using namespace Qt::StringLiterals;
+
+namespace Kelvane {
+namespace {
+
+using Testing::OperationsHost;
+
+const QString ReadyText = u"Click Title Column Bar above to sort that area"_s;
+
+class SortViewFormTest : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        host.session().area.AreaTitle = "Uploads";
+        table.reset(threeEntries());
+        form = std::make_unique<SortViewForm>(host, table);
+        form->show();
+        view = form->findChild<QTableView*>(u"lsvEditFileArea"_s);
+        ASSERT_NE(view, nullptr);
+    }
+
+    static EntryList threeEntries()
+    {
+        return {
+            { "BETA.ZIP", " 300", "02-01-97", "Second\r\n" },
+            { "alpha.txt", " 20", "03-15-96", "First\r\nline two\r\n" },
+            { "GAMMA.EXE", " 1000", "12-31-95", "Third\r\n" },
+        };
+    }
+
+    void clickHeading(int column)
+    {
+        QHeaderView* header = view->horizontalHeader();
+        QTest::mouseClick(header->viewport(), Qt::LeftButton, {},
+                          QPoint(header->sectionViewportPosition(column) + 5, 5));
+    }
+
+    QStringList shownColumn(int column) const
+    {
+        QStringList cells;
+        for (int row = 0; row < view->model()->rowCount(); ++row)
+            cells.append(view->model()->index(row, column).data().toString());
+        return cells;
+    }
+
+    QString status() const { return form->findChild<QLabel*>(u"sbStatBarSortPane1"_s)->text(); }
+
+    QStringList tableNames() const
+    {
+        QStringList names;
+        for (const Entry& entry : table.entries())
+            names.append(QString::fromStdString(entry.FileName));
+        return names;
+    }
+
+    OperationsHost host;
+    EntryTable table;
+    std::unique_ptr<SortViewForm> form;
+    QTableView* view = nullptr;
+};
+
+TEST_F(SortViewFormTest, HeadingClicksSortByTheSharedToggle)
+{
+    struct Click
+    {
+        int column;
+        QStringList names;
+        QString status;
+    };
+    struct Case
+    {
+        const char* what;
+        std::vector<Click> clicks;
+    };
+    const QStringList stored = { u"BETA.ZIP"_s, u"alpha.txt"_s, u"GAMMA.EXE"_s };
+    const std::vector<Case> cases = {
+        { "sizes ascending, then descending",
+          { { 1, { u"alpha.txt"_s, u"BETA.ZIP"_s, u"GAMMA.EXE"_s }, u"Last Item Sorted: File Size"_s },
+            { 1, { u"GAMMA.EXE"_s, u"BETA.ZIP"_s, u"alpha.txt"_s }, u"Last Item Sorted: File Size"_s } } },
+        { "names descending on the first click",
+          { { 0, { u"GAMMA.EXE"_s, u"BETA.ZIP"_s, u"alpha.txt"_s }, u"Last Item Sorted: File Name"_s } } },
+        { "size then date: dates descending",
+          { { 1, { u"alpha.txt"_s, u"BETA.ZIP"_s, u"GAMMA.EXE"_s }, u"Last Item Sorted: File Size"_s },
+            { 2, { u"BETA.ZIP"_s, u"alpha.txt"_s, u"GAMMA.EXE"_s }, u"Last Item Sorted: File Date"_s } } },
+        { "descriptions are not sorted", { { 3, stored, u"Can not Sort File Descriptions!"_s } } },
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        form->hide();
+        table.reset(threeEntries());
+        host.session().SortToggle = false;
+        form->show();
+        EXPECT_EQ(status(), ReadyText);
+        for (const Click& click : c.clicks) {
+            clickHeading(click.column);
+            EXPECT_EQ(shownColumn(0), click.names);
+            EXPECT_EQ(status(), click.status);
+        }
+        EXPECT_EQ(tableNames(), stored) << "only the shown order changes until the view closes";
+    }
+    EXPECT_EQ(shownColumn(3).first(), u"Second"_s);
+    EXPECT_EQ(view->model()->index(1, 3).data().toString(), u"First | line two"_s);
+}
+
+TEST_F(SortViewFormTest, EveryWayOfClosingWritesTheShownOrderBack)
+{
+    const std::vector<std::pair<const char*, std::function<void()>>> closings = {
+        { "cmdClose", [&] { QTest::mouseClick(form->findChild<QPushButton*>(u"cmdClose"_s), Qt::LeftButton); } },
+        { "mnuClose", [&] { form->findChild<QAction*>(u"mnuClose"_s)->trigger(); } },
+        { "Escape", [&] { QTest::keyClick(view, Qt::Key_Escape); } },
+        { "window close", [&] { form->close(); } },
+    };
+    const std::string longDescription = std::string(1100, 'd');
+    for (const auto& [what, close] : closings) {
+        SCOPED_TRACE(what);
+        table.reset({ { "B", " 2", "01-01-96", longDescription }, { "A", " 1", "01-01-96", "One   " } });
+        table.setSelected(0, true);
+        host.session().SortToggle = false;
+        form->show();
+        form->findChild<QAction*>(u"mnuFileSize"_s)->trigger();
+        EXPECT_EQ(tableNames(), (QStringList { u"B"_s, u"A"_s }));
+        close();
+        EXPECT_FALSE(form->isVisible());
+        EXPECT_TRUE(view->isHidden());
+        EXPECT_EQ(tableNames(), (QStringList { u"A"_s, u"B"_s }));
+        EXPECT_EQ(table.at(0).Description, "One");
+        EXPECT_EQ(table.at(1).Description, std::string(1023, 'd'));
+        EXPECT_FALSE(table.anySelected());
+        EXPECT_EQ(status(), ReadyText);
+        EXPECT_EQ(QApplication::overrideCursor(), nullptr);
+    }
+}
+
+TEST_F(SortViewFormTest, FollowsTheEntriesBetweenOpenings)
+{
+    EXPECT_EQ(host.statusText, u"Loading Uploads, Please wait..."_s);
+    EXPECT_EQ(form->windowTitle(), u"Sort File Area: Uploads"_s);
+    clickHeading(1);
+    form->reject();
+    table.append({ "DELTA", " 5", "01-01-99", "" });
+    form->show();
+    ASSERT_EQ(view->model()->rowCount(), 4);
+    EXPECT_EQ(shownColumn(0).last(), u"DELTA"_s);
+    table.removeIf([](std::size_t index) { return index < 2; });
+    EXPECT_EQ(shownColumn(0), (QStringList { u"GAMMA.EXE"_s, u"DELTA"_s }));
+}
+
+TEST_F(SortViewFormTest, RightButtonHelpAndAbout)
+{
+    auto* menu = form->findChild<QMenu*>(u"mnuFile"_s);
+    ASSERT_NE(menu, nullptr);
+    for (QWidget* target : { static_cast<QWidget*>(form.get()), view->viewport() }) {
+        QContextMenuEvent click(QContextMenuEvent::Mouse, QPoint(10, 10), target->mapToGlobal(QPoint(10, 10)));
+        QApplication::sendEvent(target, &click);
+        EXPECT_TRUE(menu->isVisible());
+        menu->close();
+    }
+    QApplication::setActiveWindow(form.get());
+    QTest::keyClick(view, Qt::Key_F1);
+    EXPECT_EQ(host.helpTopics, QStringList { u"Sorting"_s });
+    form->findChild<QAction*>(u"mnuHelpAbout"_s)->trigger();
+    EXPECT_EQ(host.aboutShown, 1);
+}
+
+} // namespace
+} // namespace Kelvane
