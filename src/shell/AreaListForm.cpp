@@ -381,12 +381,15 @@ void AreaListForm::readAreas()
     const int count = records.AreaCount();
     std::vector<std::string> titles;
     titles.reserve(static_cast<std::size_t>(count));
-    // The loop runs on the shared area number, which therefore holds the count + 1 until OK
-    // sets it; the rest of the program has always seen it so.
-    for (area.AreaNumber = 1; area.AreaNumber <= count; ++area.AreaNumber) {
-        records.SelectArea(area.AreaNumber);
+    int number = 1;
+    for (; number <= count; ++number) {
+        records.SelectArea(number);
         titles.push_back(records.AreaTitle());
     }
+    // The area chooser's loop runs on the shared area number, which therefore holds the
+    // count + 1 until OK sets it; the rest of the program has always seen it so.
+    if (m_names.loopsOnAreaNumber)
+        area.AreaNumber = number;
     m_model->setRows(std::move(titles), board.codePage());
     records.CloseAreas();
     selectRow(0);

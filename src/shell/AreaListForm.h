@@ -45,6 +45,9 @@ struct AreaListNames
     QString list; // the list's objectName
     QString loadProcedure; // the name Load reports its errors under
     AreaListKeys keys;
+    /// The area chooser fills its list on the shared area number, which it sets itself on
+    /// OK; the move chooser must leave it alone, since it names the area being moved from.
+    bool loopsOnAreaNumber = false;
 };
 
 /// A form that lists every file area of the board, one row per area record in area-number

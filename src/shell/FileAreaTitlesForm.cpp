@@ -10,7 +10,7 @@ namespace Kelvane {
 FileAreaTitlesForm::FileAreaTitlesForm(FrameHost& host)
     : AreaListForm(host,
                    { u"frmFileAreaTitles"_s, u"Open File Areas"_s, u"lsvFileAreaTitles"_s, u"Load_frmFileAreaTitles"_s,
-                     AreaListKeys::fileAreaTitles() })
+                     AreaListKeys::fileAreaTitles(), true })
 {
     loadForm();
 }

@@ -64,14 +64,15 @@ protected:
 
     std::filesystem::path areaDirectory(const std::string& name) const { return board.root() / "areas" / name; }
 
-    /// One Files List line: name, size, date and a one-line description.
-    static std::string line(const std::string& name, long size, const std::string& description)
+    /// One Files List line as Kelvane writes it: name, size, date and a one-line
+    /// description in its 45 columns.
+    static std::string line(const std::string& name, long size, std::string description)
     {
         std::string text = name;
         text.resize(12, ' ');
-        std::string sizeText = std::to_string(size);
-        text += std::string(9 - sizeText.size(), ' ') + sizeText + " 01-02-96 " + description + "\r\n";
-        return text;
+        const std::string sizeText = std::to_string(size);
+        description.resize(std::max<std::size_t>(description.size(), 45), ' ');
+        return text + std::string(9 - sizeText.size(), ' ') + sizeText + " 01-02-96 " + description + "\r\n";
     }
 
     /// Lets the forms that closed be deleted, as the event loop would.

@@ -1,0 +1,194 @@
+#include "FrameFixture.h"
+
+#include "platform/ZipWriter.h"
+#include "shell/AreaListForm.h"
+
+#include <QComboBox>
+#include <QDate>
+#include <QHeaderView>
+#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QTableView>
+#include <QTimer>
+#include <QToolBar>
+
+using namespace Qt::StringLiterals;
+
+namespace Kelvane::Testing {
+namespace {
+
+namespace fs = std::filesystem;
+
+class JourneyTest : public FrameFixture
+{
+protected:
+    /// Runs act on the next modal dialog as soon as it is up.
+    void onModal(const std::function<void(QWidget*)>& act)
+    {
+        QTimer::singleShot(10, frame.get(), [this, act] {
+            if (QWidget* modal = QApplication::activeModalWidget())
+                act(modal);
+            else
+                onModal(act);
+        });
+    }
+
+    /// Clicks a toolbar button as a user would.
+    void press(const QString& toolBar, const QString& key)
+    {
+        auto* bar = find<QToolBar>(toolBar);
+        QWidget* button = bar->widgetForAction(action(key));
+        ASSERT_NE(button, nullptr) << key.toStdString();
+        QTest::mouseClick(button, Qt::LeftButton);
+    }
+
+    void typeDescription(const QString& text)
+    {
+        auto* box = frame->editor()->findChild<QPlainTextEdit*>(u"txtFileDescription"_s);
+        box->setFocus();
+        box->selectAll();
+        QTest::keyClicks(box, text);
+    }
+
+    std::vector<std::string> names() const
+    {
+        std::vector<std::string> result;
+        for (const Entry& entry : frame->editor()->table().entries())
+            result.push_back(entry.FileName);
+        return result;
+    }
+
+    static std::string indexRecord(std::int16_t slot, const std::string& name)
+    {
+        std::string record(2, '\0');
+        record[0] = static_cast<char>(slot);
+        record += name + '\0';
+        record.resize(15, ' ');
+        return record;
+    }
+};
+
+TEST_F(JourneyTest, FromOptionsToTheMakeIndexQuestion)
+{
+    // An area tracked for the index, with three listed files and one new archive, and an
+    // area to move to.
+    AreaRecord uploads = board.simpleRecord("uploads");
+    uploads.title = "Uploads";
+    uploads.index = (board.root() / "index" / "UPLOADS.IDX").string();
+    const fs::path files = uploads.path;
+    const std::string oldList = line("ALPHA.TXT", 5, "First file") + line("BETA.TXT", 300, "Second file")
+        + line("CHARLIE.TXT", 40, "Third file");
+    TestBoard::writeFile(uploads.filesList, oldList);
+    TestBoard::writeFile(files / "ALPHA.TXT", "alpha");
+    TestBoard::writeFile(files / "BETA.TXT", std::string(300, 'b'));
+    TestBoard::writeFile(files / "CHARLIE.TXT", std::string(40, 'c'));
+    writeZip(files / "NEW.ZIP", { { "FILE_ID.DIZ", "Brand new file\r\nfrom the scan\r\n" } });
+    board.addArea(uploads);
+    const std::string archiveList = line("OLD.TXT", 3, "Kept here");
+    addArea("Archive", archiveList, { { "OLD.TXT", "old" } });
+
+    settings->SaveSetting(u"Vandor Startup"_s, u"Vandor Main Path"_s, {});
+    makeFrame();
+
+    // Options: the board's main node.
+    const QString node = QString::fromStdString(board.mainNode().string());
+    onModal([&](QWidget* options) {
+        auto* path = options->findChild<QLineEdit*>(u"txtMainNode"_s);
+        path->clear();
+        QTest::keyClicks(path, node);
+        QTest::mouseClick(options->findChild<QPushButton*>(u"cmdOK"_s), Qt::LeftButton);
+    });
+    action(u"mnuViewOptions"_s)->trigger();
+    EXPECT_EQ(session->area.MainNodePath, board.mainNode());
+
+    // Open File Areas, choose the first.
+    press(u"tbToolBar1"_s, u"OpenFileAreas"_s);
+    auto* chooser = find<AreaListForm>(u"frmFileAreaTitles"_s);
+    ASSERT_NE(chooser, nullptr);
+    EXPECT_EQ(chooser->titles(), (QStringList { u"Uploads"_s, u"Archive"_s }));
+    QTest::mouseClick(chooser->findChild<QPushButton*>(u"cmdOK"_s), Qt::LeftButton);
+    settle();
+    ASSERT_NE(frame->editor(), nullptr);
+    EXPECT_EQ(frame->editor()->windowTitle(), u"Editing File Area: Uploads"_s);
+    EXPECT_EQ(names(), (std::vector<std::string> { "ALPHA.TXT", "BETA.TXT", "CHARLIE.TXT" }));
+
+    // Two descriptions, then Save Work.
+    clickRow(0);
+    typeDescription(u"Alpha edited"_s);
+    clickRow(1);
+    typeDescription(u"Beta edited"_s);
+    clickRow(2);
+    port.script.expectContaining(u"Kelvane Information"_s, u"Changes were saved to "_s);
+    press(u"tbToolBar2"_s, u"SaveWork"_s);
+    EXPECT_EQ(TestBoard::readFile(uploads.filesList),
+              line("ALPHA.TXT", 5, "Alpha edited") + line("BETA.TXT", 300, "Beta edited")
+                  + line("CHARLIE.TXT", 40, "Third file"));
+    EXPECT_EQ(TestBoard::readFile(files / "FILES.BAK"), oldList);
+
+    // File Scan finds the archive and takes its description.
+    press(u"tbToolBar2"_s, u"FileScan"_s);
+    ASSERT_EQ(frame->editor()->table().size(), 4u);
+    const Entry& added = frame->editor()->table().at(3);
+    EXPECT_EQ(added.FileName, "NEW.ZIP");
+    EXPECT_EQ(added.Description, "Brand new file\r\nfrom the scan\r\n");
+    EXPECT_EQ(added.Date, QDate::currentDate().toString(u"MM-dd-yy"_s).toStdString());
+    const std::string zipSize = std::to_string(fs::file_size(files / "NEW.ZIP"));
+
+    // Sort by size: the first click after start sorts ascending.
+    onModal([](QWidget* sortView) {
+        auto* table = sortView->findChild<QTableView*>(u"lsvEditFileArea"_s);
+        QHeaderView* header = table->horizontalHeader();
+        QTest::mouseClick(header->viewport(), Qt::LeftButton, {}, QPoint(header->sectionViewportPosition(1) + 5, 5));
+        QTest::mouseClick(sortView->findChild<QPushButton*>(u"cmdClose"_s), Qt::LeftButton);
+    });
+    press(u"tbToolBar2"_s, u"SortFiles"_s);
+    std::vector<std::string> bySize { "ALPHA.TXT", "CHARLIE.TXT", "BETA.TXT" };
+    bySize.insert(std::stoul(zipSize) < 40        ? bySize.begin() + 1
+                      : std::stoul(zipSize) < 300 ? bySize.begin() + 2
+                                                  : bySize.end(),
+                  "NEW.ZIP");
+    EXPECT_EQ(names(), bySize);
+
+    // Move CHARLIE.TXT to the Archive area.
+    const auto charlie = std::find(bySize.begin(), bySize.end(), "CHARLIE.TXT") - bySize.begin();
+    clickRow(static_cast<int>(charlie));
+    press(u"tbToolBar2"_s, u"MoveFiles"_s);
+    auto* moveChooser = find<AreaListForm>(u"frmMoveFileTitles"_s);
+    ASSERT_NE(moveChooser, nullptr);
+    moveChooser->selectRow(1);
+    QTest::mouseClick(moveChooser->findChild<QPushButton*>(u"cmdOK"_s), Qt::LeftButton);
+    settle();
+    EXPECT_EQ(frame->findChild<QWidget*>(u"frmMoveFileTitles"_s), nullptr);
+    EXPECT_EQ(frame->editor()->table().size(), 3u);
+    EXPECT_TRUE(fs::exists(board.root() / "areas" / "Archive" / "CHARLIE.TXT"));
+    EXPECT_FALSE(fs::exists(files / "CHARLIE.TXT"));
+    EXPECT_EQ(TestBoard::readFile(board.root() / "areas" / "Archive" / "FILES.LST"),
+              archiveList + line("CHARLIE.TXT", 40, "Third file"));
+
+    // Switch to the Archive area with the area box: the unsaved scan and move are saved first.
+    auto* box = find<QComboBox>(u"cboToolbar3"_s);
+    box->setCurrentIndex(1);
+    port.script.expectAlert("ChangesMade", Answer::Yes);
+    port.script.expectContaining(u"Kelvane Information"_s, u"Changes were saved to "_s);
+    press(u"tbToolBar3"_s, u"SwitchArea"_s);
+    settle();
+    ASSERT_NE(frame->editor(), nullptr);
+    EXPECT_EQ(frame->editor()->windowTitle(), u"Editing File Area: Archive"_s);
+    EXPECT_EQ(names(), (std::vector<std::string> { "OLD.TXT", "CHARLIE.TXT" }));
+    const std::string uploadsList = TestBoard::readFile(uploads.filesList);
+    EXPECT_EQ(uploadsList.find("CHARLIE.TXT"), std::string::npos);
+    EXPECT_NE(uploadsList.find("NEW.ZIP"), std::string::npos);
+
+    // Exit, building the index of the area the scan and the move changed.
+    port.script.expectAlert("MakeIndex", Answer::Ok);
+    action(u"mnuExit"_s)->trigger();
+    EXPECT_FALSE(frame->isVisible());
+    // ALPHA.TXT, BETA.TXT, FILES.BAK and FILES.LST (their records left empty), NEW.ZIP.
+    EXPECT_EQ(TestBoard::readFile(uploads.index),
+              indexRecord(0, "ALPHA.TXT") + indexRecord(0, "BETA.TXT") + std::string(30, '\0')
+                  + indexRecord(0, "NEW.ZIP"));
+}
+
+} // namespace
+} // namespace Kelvane::Testing
