@@ -190,9 +190,10 @@ void SortViewForm::followTable()
 {
     if (!m_stale && m_sort->shownOrder().size() == m_table.size())
         return;
-    // The sort is made afresh over the entries as they are; its text mode starts off again.
+    // The entries changed since the last opening: the shown order follows them, in text
+    // order still when a name sort left the text-sort mode on.
     m_model->rearrange([this] {
-        m_sort = std::make_unique<SortView>(m_host.session(), m_table);
+        m_sort->resync();
         return &m_sort->shownOrder();
     });
     m_stale = false;

@@ -72,9 +72,7 @@ SortView::SortView(Session& session, EntryTable& table)
     , m_table(table)
     , m_status(ReadyText)
 {
-    m_shown.resize(table.size());
-    for (std::size_t i = 0; i < m_shown.size(); ++i)
-        m_shown[i] = i;
+    resync();
 }
 
 int SortView::compare(bool sortToggle, double a, double b)
@@ -148,6 +146,15 @@ void SortView::columnClick(int column)
     } catch (...) {
         m_session.ReportError("lsvEditFileArea_ColumnClick");
     }
+}
+
+void SortView::resync()
+{
+    m_shown.resize(m_table.size());
+    for (std::size_t i = 0; i < m_shown.size(); ++i)
+        m_shown[i] = i;
+    if (m_textSortOn)
+        textSort();
 }
 
 void SortView::setTextSortKey(int key)

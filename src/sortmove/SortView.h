@@ -33,6 +33,10 @@ public:
     void columnClick(int column);
     /// The shown order: indices into the table.
     const std::vector<std::size_t>& shownOrder() const { return m_shown; }
+    /// Takes the entries as they are now, after an operation added, removed or re-ordered
+    /// some: the shown order starts again from the entries' order and, while the text-sort
+    /// mode is on, is kept in text order, as the table keeps itself.
+    void resync();
     /// The status bar's text.
     const QString& status() const { return m_status; }
     /// Writes the shown order back into the table (Update_lsvEditFileArealsv): descriptions

@@ -57,6 +57,13 @@ TEST_F(SortViewTest, TheDescriptionColumnOnlyReordersInTextSortMode)
     view.columnClick(SortView::Description); // text-sort mode is still on: by description
     EXPECT_EQ(view.status(), u"Can not Sort File Descriptions!"_s);
     EXPECT_EQ(shown(view), (std::vector<std::string> { "A", "C", "B" }));
+
+    // Written back, then an entry appended and one removed: the text order holds on.
+    view.writeBack();
+    table.append({ "D", " 4", "", "banana\r\n" });
+    table.removeIf([&](std::size_t index) { return table.at(index).FileName == "C"; });
+    view.resync();
+    EXPECT_EQ(shown(view), (std::vector<std::string> { "A", "D", "B" }));
 }
 
 TEST_F(SortViewTest, EqualKeysComeOutAsTheMergeRuleMakesThem)
