@@ -14,6 +14,7 @@
 #include "shell/MakeIndexForm.h"
 #include "shell/OptionsForm.h"
 #include "shell/QtPort.h"
+#include "shell/ToolbarCustomizeDialog.h"
 
 #include <QAction>
 #include <QApplication>
@@ -212,6 +213,8 @@ void MainFrame::buildToolBars()
         button->setStatusTip(QString::fromUtf16(look.statusTip));
     }
     connect(m_toolBar2, &QToolBar::actionTriggered, this, &MainFrame::tbToolBar2_ButtonClick);
+    // A double click on the toolbar opens its customize dialog.
+    m_toolBar2->installEventFilter(this);
 
     // The area box and its Switch button sit on a row of their own, so that both stay in
     // view beside the fifteen editor buttons in a narrow frame.
@@ -456,6 +459,16 @@ void MainFrame::editorClosed()
     m_editor = nullptr;
     if (!m_switching)
         showNoAreaState();
+}
+
+bool MainFrame::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched == m_toolBar2 && event->type() == QEvent::MouseButtonDblClick) {
+        ToolbarCustomizeDialog customize(m_toolBar2, this);
+        customize.exec();
+        return true;
+    }
+    return QMainWindow::eventFilter(watched, event);
 }
 
 void MainFrame::tbToolBar2_ButtonClick(QAction* button)

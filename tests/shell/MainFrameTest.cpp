@@ -2,10 +2,13 @@
 
 #include <QComboBox>
 #include <QLabel>
+#include <QListWidget>
 #include <QMdiArea>
 #include <QMdiSubWindow>
+#include <QPushButton>
 #include <QScreen>
 #include <QStatusBar>
+#include <QTimer>
 #include <QToolBar>
 
 using namespace Qt::StringLiterals;
@@ -147,6 +150,25 @@ TEST_F(MainFrameTest, TheViewMenuShowsAndHidesTheBars)
     action(u"mnuViewStatusBar"_s)->trigger();
     EXPECT_TRUE(find<QToolBar>(u"tbToolBar1"_s)->isVisible());
     EXPECT_TRUE(find<QStatusBar>(u"sbStatusBar1"_s)->isVisible());
+}
+
+TEST_F(MainFrameTest, ADoubleClickOnTheEditorToolbarCustomizesIt)
+{
+    openArea(addArea("area", line("ONE.TXT", 1, "one"), { { "ONE.TXT", "1" } }));
+    auto* toolBar = find<QToolBar>(u"tbToolBar2"_s);
+    QTimer::singleShot(0, frame.get(), [] {
+        QWidget* customize = QApplication::activeModalWidget();
+        ASSERT_NE(customize, nullptr);
+        EXPECT_EQ(customize->objectName(), u"dlgCustomizeToolbar"_s);
+        auto* buttons = customize->findChild<QListWidget*>(u"lstToolbarButtons"_s);
+        ASSERT_EQ(buttons->count(), 15);
+        buttons->item(5)->setCheckState(Qt::Unchecked); // Save Work
+        QTest::mouseClick(customize->findChild<QPushButton*>(u"cmdClose"_s), Qt::LeftButton);
+    });
+    const QPoint empty(toolBar->width() - 2, toolBar->height() / 2);
+    QTest::mouseDClick(toolBar, Qt::LeftButton, {}, empty);
+    EXPECT_FALSE(action(u"SaveWork"_s)->isVisible());
+    EXPECT_TRUE(action(u"FileScan"_s)->isVisible());
 }
 
 } // namespace
