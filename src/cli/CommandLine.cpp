@@ -14,7 +14,7 @@ int runCommandLine(int argc, const char* const* argv, CommandContext& context)
     app.require_subcommand(0, 1);
     app.set_version_flag("--version", "kelvane 2.0");
     app.footer("With no command Kelvane starts its desktop program; \"kelvane open AREA\" starts it with that "
-               "File Area open.");
+               "File Area open.\n");
 
     std::vector<std::pair<std::unique_ptr<Command>, CLI::App*>> commands;
     for (auto make :
