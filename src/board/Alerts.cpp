@@ -109,6 +109,12 @@ const std::vector<Alert>& catalogue()
           lines({ u"Run Make Index and update current Indexes with changes?" }), Answer::Ok },
         { "SelectAnotherFileArea", Buttons::OkCancel, Icon::Question,
           lines({ u"Select another File Area for editing?" }), Answer::Ok },
+        { "FilesListChanged", Buttons::YesNo, Icon::Question,
+          [](const AlertContext& context) {
+              return u"The Files List\r"_s + context.filesListPath
+                  + u"\rwas changed on disk since it was opened.\r\rDo you wish to overwrite it?"_s;
+          },
+          Answer::Yes },
     };
     return alerts;
 }

@@ -14,6 +14,7 @@ struct AlertContext
 {
     QString mainNodePath;
     QString programDirectory;
+    QString filesListPath {}; // the open area's Files List
 };
 
 /// The fixed message box of an alert key, and which answer makes its result true.

@@ -4,6 +4,7 @@
 #include "board/BasicText.h"
 #include "board/FileLookup.h"
 #include "board/FileSystem.h"
+#include "board/ListStamp.h"
 #include "board/Session.h"
 #include "platform/CodePage.h"
 #include "platform/FileNames.h"
@@ -307,7 +308,10 @@ std::vector<Entry> readList(Session& session)
         if (!create)
             throwFileError(errno ? errno : EACCES, path, "create");
     }
+    ListStamp stamp = stampOf(path);
     const std::string data = readListBytes(path);
+    stamp.hash = hashOf(data);
+    session.listStamp = stamp;
     FileLookup lookup(page);
     const auto resolveAlias = [&](std::string_view alias) -> std::optional<std::string> {
         const QString text = page.toUnicode(alias);
@@ -402,10 +406,20 @@ bool SaveWork(Session& session, const EntryList& entries, const SaveStepHook& ho
             }
             return shortened;
         };
+        // The board may have added an upload's entry since the list was read: overwriting
+        // it is the operator's choice, never a silent one.
+        if (changedOnDisk(path, session.listStamp) && !session.ShowAlert("FilesListChanged"))
+            return false;
         TemporaryFile written(path, hook);
-        complete = FilesListFormat::format(entries, shortName, [&](std::string_view bytes) { written.write(bytes); });
+        ListHash hash;
+        complete = FilesListFormat::format(entries, shortName, [&](std::string_view bytes) {
+            written.write(bytes);
+            hash.add(bytes);
+        });
         written.finish();
         putInPlace(written, path, hook);
+        session.listStamp = stampOf(path);
+        session.listStamp.hash = hash.value();
     } catch (...) {
         session.ReportError("SaveWork");
         return false;

@@ -5,6 +5,8 @@
 #include "platform/FileNames.h"
 #include "platform/ProgramDirectory.h"
 
+#include <QDir>
+
 using namespace Qt::StringLiterals;
 
 namespace Kelvane {
@@ -41,7 +43,9 @@ std::filesystem::path Session::workDirectory() const
 
 bool Session::ShowAlert(std::string_view key)
 {
-    return Kelvane::ShowAlert(*m_port, key, { unicodeFromPath(area.MainNodePath), programDirectoryText() });
+    return Kelvane::ShowAlert(*m_port, key,
+                              { unicodeFromPath(area.MainNodePath), programDirectoryText(),
+                                QDir::toNativeSeparators(unicodeFromPath(area.FileListPath)) });
 }
 
 void Session::ReportError(std::string_view procedure, std::exception_ptr error)

@@ -3,6 +3,7 @@
 #include "board/AreaRecords.h"
 #include "board/CurrentArea.h"
 #include "board/ErrorReporter.h"
+#include "board/ListStamp.h"
 #include "board/UserPort.h"
 
 #include <QString>
@@ -68,6 +69,8 @@ public:
     bool SearchCancel = false;
     bool CancelMove = false;
 
+    /// The open Files List as it was on disk when it was last read or written.
+    ListStamp listStamp;
     /// The areas whose index files wait to be rebuilt, in the order they were added.
     std::vector<int> makeIndexList;
 

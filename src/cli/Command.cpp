@@ -1,6 +1,8 @@
 #include "cli/Command.h"
 
 #include "board/CurrentArea.h"
+#include "board/FilesList.h"
+#include "board/ListStamp.h"
 #include "platform/CodePage.h"
 #include "platform/FileNames.h"
 #include "platform/ProgramDirectory.h"
@@ -51,6 +53,7 @@ BoardSession::BoardSession(CommandContext& context, const std::optional<std::str
     : m_page(&chosenCodePage(m_settings))
     , m_port(context.err, context.in, context.interactive, assumeYes)
     , m_mainNodeOption(mainNode)
+    , m_assumeYes(assumeYes)
 {
     const fs::path program = programDirectory();
     std::error_code ignored;
@@ -127,6 +130,16 @@ EntryList BoardSession::loadArea(const std::string& area)
                            + u" could not be read"_s);
     }
     return entries;
+}
+
+bool BoardSession::save(const EntryList& entries)
+{
+    const fs::path& path = m_session->area.FileListPath;
+    if (!m_assumeYes && changedOnDisk(path, m_session->listStamp)) {
+        throw CommandError(u"the Files List "_s + unicodeFromPath(path)
+                           + u" was changed on disk since it was read; nothing was saved (--yes overwrites it)"_s);
+    }
+    return SaveWork(*m_session, entries);
 }
 
 } // namespace Kelvane

@@ -74,6 +74,9 @@ public:
     void chooseArea(const std::string& area);
     /// chooseArea, then reads its Files List.
     EntryList loadArea(const std::string& area);
+    /// Saves entries to the current area's Files List. A list the board changed on disk
+    /// since it was read is refused (a CommandError) unless --yes was given.
+    bool save(const EntryList& entries);
 
 private:
     SettingsStore m_settings;
@@ -81,9 +84,8 @@ private:
     TextPort m_port;
     std::unique_ptr<Session> m_session;
     std::optional<std::string> m_mainNodeOption;
+    bool m_assumeYes;
 };
-
-/// The code page the operator chose in Options (Windows-1252 unless another was chosen).
 
 /// Text for the terminal from bytes in the code page.
 std::string terminalText(const CodePage& page, std::string_view bytes);

@@ -71,7 +71,7 @@ int EditSession::finish()
     if (m_options.dryRun) {
         printChanges();
     } else if (session.ChangesMade) {
-        if (!SaveWork(session, m_table.entries()))
+        if (!m_board.save(m_table.entries()))
             m_failed = true;
         else
             session.ChangesMade = false;

@@ -29,7 +29,7 @@ public:
     {
         BoardSession board(context, m_mainNode, m_yes);
         const EntryList entries = board.loadArea(m_area);
-        if (!SaveWork(board.session(), entries)) {
+        if (!board.save(entries)) {
             throw CommandError(u"the Files List "_s + unicodeFromPath(board.session().area.FileListPath)
                                + u" was not saved; the previous list is kept"_s);
         }

@@ -712,6 +712,20 @@ void EditorForm::mnuClose_Click()
 
 void EditorForm::closeEvent(QCloseEvent* event)
 {
+    // The question about unsaved work comes first, so that a save that did not happen (a
+    // list the board changed meanwhile, kept; a full disk) leaves the editor open with the
+    // work still in it instead of dropping it.
+    if (!m_unloaded) {
+        writeBackPending();
+        Session& state = session();
+        if (state.ChangesMade && state.ShowAlert("ChangesMade")) {
+            if (!SaveWork(state, m_table.entries())) {
+                event->ignore();
+                return;
+            }
+        }
+        state.ChangesMade = false;
+    }
     Form_Unload();
     event->accept();
 }

@@ -488,6 +488,13 @@ void MainFrame::tbToolBar3_ButtonClick()
                 window->close();
         }
         m_switching = false;
+        if (m_editor) {
+            // The editor stayed open: its work could not be saved. The switch is off.
+            m_session.SwitchingAreas = false;
+            const QSignalBlocker blocker(m_areaBox);
+            m_areaBox->setCurrentIndex(m_session.area.AreaNumber - 1);
+            return;
+        }
         m_session.area.AreaNumber = m_areaBox->currentIndex() + 1;
         if (Farea_Dat_Initialize(m_session) && openEditor(m_areaBox->currentText()))
             return;
@@ -572,6 +579,8 @@ bool MainFrame::MDIForm_Unload()
     if (m_editor) {
         if (QWidget* window = m_editor->parentWidget())
             window->close();
+        if (m_editor)
+            return false; // its work could not be saved: the program stays
     }
     m_mdiArea->closeAllSubWindows();
     try {

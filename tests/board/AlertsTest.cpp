@@ -58,7 +58,12 @@ TEST(Alerts, TextsKeepTheirCarriageReturnsAndNameTheirPaths)
               u"Unable to Find/Open \r/opt/kelvane/AVI/SEARCH.AVI\r\rKelvane will skip this operation!"_s);
     EXPECT_EQ(box("NoAVISearch").buttons, Buttons::OkCancel);
     EXPECT_EQ(box("NoAVIFileMove").buttons, Buttons::Ok);
-    EXPECT_EQ(alertKeys().size(), 20u);
+    EXPECT_EQ(alertFor("FilesListChanged", { {}, {}, u"/bbs/files/FILES.LST"_s })->box,
+              (MessageBox { u"Kelvane Alert!"_s,
+                            u"The Files List\r/bbs/files/FILES.LST\rwas changed on disk since it was opened.\r\r"
+                            u"Do you wish to overwrite it?"_s,
+                            Buttons::YesNo, Icon::Question }));
+    EXPECT_EQ(alertKeys().size(), 21u);
 }
 
 TEST(ErrorReporter, ShowsTheErrorAndAppendsSixLinesToTheLog)

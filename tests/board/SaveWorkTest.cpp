@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <functional>
 #include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
@@ -64,6 +65,58 @@ TEST_F(SaveWorkTest, KeepsThePreviousListAsTheBackup)
     EXPECT_TRUE(SaveWork(*session, NewEntries));
     EXPECT_EQ(TestBoard::readFile(list), NewList);
     EXPECT_EQ(TestBoard::readFile(backup), OldList);
+}
+
+TEST_F(SaveWorkTest, AListChangedOnDiskSinceItWasReadIsOverwrittenOnlyAfterAsking)
+{
+    const std::string upload = "UPLOAD.ZIP          3 03-03-96 Added by the board                           \r\n";
+    struct Writer
+    {
+        const char* what;
+        std::function<void(const fs::path&)> write;
+        bool changed;
+    };
+    const Writer writers[] = {
+        { "nobody", [](const fs::path&) {}, false },
+        { "the board appends an entry", [&](const fs::path& path) { TestBoard::writeFile(path, OldList + upload); },
+          true },
+        { "same size and time, other bytes",
+          [](const fs::path& path) {
+              const auto time = fs::last_write_time(path);
+              std::string other = OldList;
+              other[0] = 'P';
+              TestBoard::writeFile(path, other);
+              fs::last_write_time(path, time);
+          },
+          true },
+        { "the list was removed", [](const fs::path& path) { fs::remove(path); }, true },
+    };
+    for (const Writer& writer : writers) {
+        for (const Answer answer : { Answer::No, Answer::Yes }) {
+            SCOPED_TRACE(std::string(writer.what) + (answer == Answer::Yes ? ", overwrite" : ", keep"));
+            TestBoard::writeFile(list, OldList);
+            auto session = openArea();
+            EntryList entries;
+            ASSERT_TRUE(Load_fEditFileArealsv(*session, entries));
+            writer.write(list);
+            const std::string before = fs::exists(list) ? TestBoard::readFile(list) : std::string();
+            const bool overwrite = !writer.changed || answer == Answer::Yes;
+            if (writer.changed) {
+                port.expectAlert("FilesListChanged", answer, { {}, {}, QString::fromStdString(list.string()) });
+            }
+            if (overwrite)
+                port.expect(savedBox());
+            EXPECT_EQ(SaveWork(*session, NewEntries), overwrite);
+            EXPECT_EQ(TestBoard::readFile(list), overwrite ? NewList : before);
+            // What was written is the new reference: a second save asks nothing.
+            if (overwrite) {
+                port.expect(savedBox());
+                EXPECT_TRUE(SaveWork(*session, NewEntries));
+            }
+            if (!writer.changed)
+                break;
+        }
+    }
 }
 
 TEST_F(SaveWorkTest, AListOfAnotherNameIsReplacedWithoutABackup)

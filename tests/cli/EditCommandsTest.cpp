@@ -167,5 +167,63 @@ TEST_F(EditCommandsTest, CheckReportsWhereListAndDirectoriesDisagree)
     EXPECT_EQ(kelvane({ "check", "6" }).status, 0);
 }
 
+// An error stream that plays the board: the first thing the command says (the erase
+// question, after the list was read) makes it append an upload's entry to the list.
+class BoardWritesMeanwhile : public std::stringbuf
+{
+public:
+    BoardWritesMeanwhile(fs::path list, std::string entry)
+        : m_list(std::move(list))
+        , m_entry(std::move(entry))
+    {
+    }
+
+protected:
+    std::streamsize xsputn(const char* text, std::streamsize count) override
+    {
+        if (!m_written) {
+            m_written = true;
+            TestBoard::writeFile(m_list, TestBoard::readFile(m_list) + m_entry);
+        }
+        return std::stringbuf::xsputn(text, count);
+    }
+
+private:
+    fs::path m_list;
+    std::string m_entry;
+    bool m_written = false;
+};
+
+TEST_F(EditCommandsTest, AListTheBoardChangedMeanwhileIsOverwrittenOnlyWithYes)
+{
+    const std::string upload = "UPLOAD.ZIP          3 03-03-96 Added by the board                           \r\n";
+    const fs::path list = utils / "FILES.LST";
+    const std::string before = TestBoard::readFile(list);
+    for (const bool yes : { false, true }) {
+        SCOPED_TRACE(yes ? "--yes" : "asked on the terminal");
+        TestBoard::writeFile(list, before);
+        BoardWritesMeanwhile board(list, upload);
+        std::ostringstream out;
+        std::ostream err(&board);
+        std::istringstream in("y\n");
+        std::vector<const char*> argv = { "kelvane", "erase", "1", "README.TXT", "--main-node", node.c_str() };
+        if (yes)
+            argv.push_back("--yes");
+        CommandContext context { out, err, in, !yes };
+        const int status = runCommandLine(static_cast<int>(argv.size()), argv.data(), context);
+        const std::string after = TestBoard::readFile(list);
+        if (yes) {
+            EXPECT_EQ(status, 0) << board.str();
+            EXPECT_EQ(after.find("UPLOAD.ZIP"), std::string::npos) << "overwritten, as --yes asked";
+            EXPECT_EQ(after.find("README.TXT"), std::string::npos);
+        } else {
+            EXPECT_EQ(status, 1);
+            EXPECT_NE(board.str().find("was changed on disk since it was read; nothing was saved"), std::string::npos)
+                << board.str();
+            EXPECT_EQ(after, before + upload) << "the board's entry is kept and nothing is written";
+        }
+    }
+}
+
 } // namespace
 } // namespace Kelvane

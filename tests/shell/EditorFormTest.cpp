@@ -202,5 +202,35 @@ TEST_F(EditorFormTest, AMissingAnimationIsReportedAndTheEditorOpensWithoutIt)
     EXPECT_NE(openArea(area), nullptr);
 }
 
+TEST_F(EditorFormTest, AListTheBoardChangedMeanwhileIsKeptUnlessTheOperatorOverwritesIt)
+{
+    EditorForm* editor = openArea(area);
+    box()->setFocus();
+    box()->selectAll();
+    QTest::keyClicks(box(), u"Mine"_s);
+    const std::string upload = line("UPLOAD.ZIP", 3, "Added by the board");
+    TestBoard::writeFile(listPath(), list + upload);
+    const AlertContext context { {}, {}, QString::fromStdString(listPath().string()) };
+
+    port.script.expectAlert("FilesListChanged", Answer::No, context);
+    action(u"SaveWork"_s)->trigger();
+    EXPECT_EQ(TestBoard::readFile(listPath()), list + upload);
+    EXPECT_TRUE(session->ChangesMade);
+
+    // Closing asks to save; refused again, the editor stays open with the work in it.
+    port.script.expectAlert("ChangesMade", Answer::Yes);
+    port.script.expectAlert("FilesListChanged", Answer::No, context);
+    action(u"Close"_s)->trigger();
+    ASSERT_EQ(frame->editor(), editor);
+    EXPECT_EQ(editor->table().at(0).Description, "Mine");
+    EXPECT_EQ(TestBoard::readFile(listPath()), list + upload);
+
+    port.script.expectAlert("FilesListChanged", Answer::Yes, context);
+    port.script.expectContaining(u"Kelvane Information"_s, u"Changes were saved to "_s);
+    action(u"SaveWork"_s)->trigger();
+    EXPECT_EQ(TestBoard::readFile(listPath()).find("UPLOAD.ZIP"), std::string::npos);
+    EXPECT_FALSE(session->ChangesMade);
+}
+
 } // namespace
 } // namespace Kelvane::Testing
