@@ -20,7 +20,7 @@ int runCommandLine(int argc, const char* const* argv, CommandContext& context)
     for (auto make :
          { makeBoardCommand, makeAreasCommand, makeShowCommand, makeRewriteCommand, makeScanCommand, makeReadDizCommand,
            makeRefreshCommand, makeEraseCommand, makeDeleteCommand, makeStripUploadersCommand, makeSortCommand,
-           makeMoveCommand, makeIndexCommand, makeCheckCommand }) {
+           makeMoveCommand, makeIndexCommand, makeCheckCommand, makeExportCommand }) {
         std::unique_ptr<Command> command = make();
         CLI::App* parsed = command->setUp(app);
         commands.emplace_back(std::move(command), parsed);

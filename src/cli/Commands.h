@@ -21,10 +21,13 @@ std::unique_ptr<Command> makeSortCommand();
 std::unique_ptr<Command> makeMoveCommand();
 std::unique_ptr<Command> makeIndexCommand();
 std::unique_ptr<Command> makeCheckCommand();
+std::unique_ptr<Command> makeExportCommand();
 
 /// Writes one area record as the board tool and "areas" show it.
 void printAreaRecord(std::ostream& out, int number, const AreaRecord& record, const CodePage& page);
 /// Writes area records as a JSON list.
 void printAreaRecordsJson(std::ostream& out, const std::vector<AreaRecord>& records, const CodePage& page);
+/// Writes an area and its entries as one JSON object, as "show --json" and "export" give it.
+void printAreaJson(std::ostream& out, const CurrentArea& area, const EntryList& entries, const CodePage& page);
 
 } // namespace Kelvane

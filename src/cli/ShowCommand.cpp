@@ -33,7 +33,7 @@ public:
         const CurrentArea& area = board.session().area;
         const CodePage& page = board.codePage();
         if (m_json) {
-            printJson(context.out, area, entries, page);
+            printAreaJson(context.out, area, entries, page);
             return ExitDone;
         }
         std::ostream& out = context.out;
@@ -55,38 +55,6 @@ public:
     }
 
 private:
-    static void printJson(std::ostream& out, const CurrentArea& area, const EntryList& entries, const CodePage& page)
-    {
-        JsonWriter json(out);
-        json.beginObject();
-        json.key("number");
-        json.value(static_cast<long long>(area.AreaNumber));
-        json.key("title");
-        json.value(page.toUnicode(area.AreaTitle));
-        json.key("files_list");
-        json.value(unicodeFromPath(area.FileListPath));
-        json.key("entries");
-        json.beginArray();
-        for (const Entry& entry : entries) {
-            json.beginObject();
-            json.key("name");
-            json.value(page.toUnicode(entry.FileName));
-            json.key("size");
-            json.value(static_cast<long long>(Val(entry.Size)));
-            json.key("date");
-            json.value(page.toUnicode(entry.Date));
-            json.key("description");
-            json.beginArray();
-            for (const std::string& line : descriptionLines(entry.Description))
-                json.value(page.toUnicode(line));
-            json.endArray();
-            json.endObject();
-        }
-        json.endArray();
-        json.endObject();
-        json.finish();
-    }
-
     std::string m_area;
     std::optional<std::string> m_mainNode;
     bool m_yes = false;
@@ -94,6 +62,38 @@ private:
 };
 
 } // namespace
+
+void printAreaJson(std::ostream& out, const CurrentArea& area, const EntryList& entries, const CodePage& page)
+{
+    JsonWriter json(out);
+    json.beginObject();
+    json.key("number");
+    json.value(static_cast<long long>(area.AreaNumber));
+    json.key("title");
+    json.value(page.toUnicode(area.AreaTitle));
+    json.key("files_list");
+    json.value(unicodeFromPath(area.FileListPath));
+    json.key("entries");
+    json.beginArray();
+    for (const Entry& entry : entries) {
+        json.beginObject();
+        json.key("name");
+        json.value(page.toUnicode(entry.FileName));
+        json.key("size");
+        json.value(static_cast<long long>(Val(entry.Size)));
+        json.key("date");
+        json.value(page.toUnicode(entry.Date));
+        json.key("description");
+        json.beginArray();
+        for (const std::string& line : descriptionLines(entry.Description))
+            json.value(page.toUnicode(line));
+        json.endArray();
+        json.endObject();
+    }
+    json.endArray();
+    json.endObject();
+    json.finish();
+}
 
 std::unique_ptr<Command> makeShowCommand()
 {

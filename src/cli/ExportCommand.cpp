@@ -1,0 +1,136 @@
+#include "cli/Commands.h"
+
+#include "board/BasicText.h"
+#include "platform/CodePage.h"
+#include "platform/DurableFile.h"
+#include "platform/FileNames.h"
+
+#include <CLI/CLI.hpp>
+
+#include <fstream>
+#include <iterator>
+#include <sstream>
+
+using namespace Qt::StringLiterals;
+
+namespace Kelvane {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// A CSV field: quoted when it holds a comma, a quote, CR or LF, its quotes doubled.
+std::string csvField(const std::string& text)
+{
+    if (text.find_first_of(",\"\r\n") == std::string::npos)
+        return text;
+    std::string quoted = "\"";
+    for (const char ch : text) {
+        if (ch == '"')
+            quoted += '"';
+        quoted += ch;
+    }
+    return quoted + '"';
+}
+
+// One row per entry under a header; rows end with CR LF, a description's lines are joined
+// with LF inside their field.
+void printCsv(std::ostream& out, const EntryList& entries, const CodePage& page)
+{
+    out << "name,size,date,description\r\n";
+    for (const Entry& entry : entries) {
+        std::string description;
+        const std::vector<std::string> lines = descriptionLines(entry.Description);
+        for (std::size_t i = 0; i < lines.size(); ++i)
+            description += (i == 0 ? "" : "\n") + terminalText(page, lines[i]);
+        out << csvField(terminalText(page, entry.FileName)) << ',' << static_cast<long long>(Val(entry.Size)) << ','
+            << csvField(terminalText(page, entry.Date)) << ',' << csvField(description) << "\r\n";
+    }
+}
+
+class ExportCommand : public Command
+{
+public:
+    CLI::App* setUp(CLI::App& parent) override
+    {
+        CLI::App* command = parent.add_subcommand("export", "an area's entries as JSON, CSV or the Files List's text");
+        command->add_option("AREA", m_area, "the area's record number or its exact title")->required();
+        addMainNodeOption(*command, m_mainNode);
+        command->add_option("--format", m_format, "json (as \"show --json\"), csv, or text (the Files List as read)")
+            ->required()
+            ->check(CLI::IsMember({ "json", "csv", "text" }));
+        command->add_option("--output", m_output, "the file to write whole (default or \"-\": standard output)");
+        return command;
+    }
+
+    int run(CommandContext& context) override
+    {
+        // Without a terminal every box gets the answer that changes nothing: export asks nothing.
+        CommandContext quiet { context.out, context.err, context.in, false };
+        BoardSession board(quiet, m_mainNode, false);
+        board.chooseArea(m_area);
+        Session& session = board.session();
+        const CodePage& page = board.codePage();
+        const fs::path& list = session.area.FileListPath;
+        std::error_code ignored;
+        const bool listed = fs::exists(fs::symlink_status(list, ignored)); // a missing list is not created
+
+        std::ostringstream document;
+        if (m_format == "text") {
+            document << terminalText(page, listed ? readList(list) : std::string());
+        } else {
+            EntryList entries;
+            if (listed && !Load_fEditFileArealsv(session, entries))
+                throw CommandError(unreadable(list));
+            if (m_format == "json")
+                printAreaJson(document, session.area, entries, page);
+            else
+                printCsv(document, entries, page);
+        }
+
+        if (!m_output || *m_output == "-") {
+            context.out << document.str();
+            return ExitDone;
+        }
+        const fs::path target = pathFromUnicode(QString::fromStdString(*m_output));
+        try {
+            TemporaryFile file(target);
+            file.write(document.str());
+            file.finish();
+            file.renameTo(target);
+        } catch (const fs::filesystem_error& error) {
+            throw CommandError(u"could not write "_s + unicodeFromPath(target) + u": "_s
+                               + QString::fromStdString(error.code().message()));
+        }
+        return ExitDone;
+    }
+
+private:
+    static QString unreadable(const fs::path& list)
+    {
+        return u"the Files List "_s + unicodeFromPath(list) + u" could not be read"_s;
+    }
+
+    static std::string readList(const fs::path& list)
+    {
+        std::ifstream in(list, std::ios::binary);
+        std::string bytes(std::istreambuf_iterator<char>(in), {});
+        if (!in.is_open() || in.bad() || fs::is_directory(list))
+            throw CommandError(unreadable(list));
+        return bytes;
+    }
+
+    std::string m_area;
+    std::optional<std::string> m_mainNode;
+    std::string m_format;
+    std::optional<std::string> m_output;
+};
+
+} // namespace
+
+std::unique_ptr<Command> makeExportCommand()
+{
+    return std::make_unique<ExportCommand>();
+}
+
+} // namespace Kelvane
