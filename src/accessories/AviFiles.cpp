@@ -2,6 +2,9 @@
 
 #include "platform/FileNames.h"
 
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
 #include <QImage>
 #include <QPainter>
 #include <QSaveFile>
@@ -319,6 +322,22 @@ QByteArray aviOf(const std::vector<QByteArray>& frames)
     return avi.take();
 }
 
+// The copy installed with the program (share/kelvane/AVI beside its bin folder), or the
+// animation drawn afresh when there is none or it cannot be read.
+QByteArray installedOrDrawn(Animation animation)
+{
+    if (QCoreApplication::instance() != nullptr) {
+        QFile installed(QDir::cleanPath(QCoreApplication::applicationDirPath() + u"/../share/kelvane/AVI/"_s
+                                        + animationFileName(animation)));
+        if (installed.open(QIODevice::ReadOnly)) {
+            QByteArray bytes = installed.readAll();
+            if (!bytes.isEmpty())
+                return bytes;
+        }
+    }
+    return animationBytes(animation);
+}
+
 } // namespace
 
 QString animationFileName(Animation animation)
@@ -359,7 +378,7 @@ void writeMissingAnimations(const std::filesystem::path& programDirectory)
         QSaveFile file(unicodeFromPath(target));
         if (!file.open(QIODevice::WriteOnly))
             continue;
-        file.write(animationBytes(animation));
+        file.write(installedOrDrawn(animation));
         file.commit();
     }
 }

@@ -2,7 +2,10 @@
 #include "accessories/AviFiles.h"
 #include "platform/FileNames.h"
 
+#include <QCoreApplication>
 #include <QFile>
+#include <QSaveFile>
+#include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QtEndian>
@@ -94,6 +97,42 @@ TEST(Animation, WritesOnlyTheMissingFilesAndNeverThrows)
     plain.close();
     EXPECT_NO_THROW(writeMissingAnimations(pathFromUnicode(plain.fileName()) / "below"));
     EXPECT_NO_THROW(writeMissingAnimations(pathFromUnicode(plain.fileName())));
+}
+
+TEST(Animation, CopiesTheInstalledFilesAndDrawsTheRest)
+{
+    // Installed files live in share/kelvane/AVI beside the program's bin folder: here, beside
+    // the folder of this test program. A test running at the same time may copy them, so each
+    // one appears whole and any it copies still plays.
+    const QString installed = QDir::cleanPath(QCoreApplication::applicationDirPath() + u"/../share/kelvane/AVI"_s);
+    if (QDir(installed).exists())
+        GTEST_SKIP() << "animations are already installed at " << installed.toStdString();
+    if (!QDir().mkpath(installed))
+        GTEST_SKIP() << "cannot make " << installed.toStdString();
+    const auto removeInstalled = qScopeGuard([&] {
+        QDir(installed).removeRecursively();
+        QDir().rmpath(QDir::cleanPath(installed + u"/.."_s)); // and share/kelvane, when left empty
+    });
+    auto install = [&](const QString& name, const QByteArray& bytes) {
+        QSaveFile file(installed + u'/' + name);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(bytes);
+        ASSERT_TRUE(file.commit());
+    };
+    const QByteArray moving = animationBytes(Animation::FileMove);
+    install(u"FINDFILE.AVI"_s, moving);
+    install(u"SEARCH.AVI"_s, QByteArray()); // unusable: drawn instead
+
+    QTemporaryDir directory;
+    writeMissingAnimations(pathFromUnicode(directory.path()));
+
+    auto written = [&](Animation animation) {
+        QFile file(directory.filePath(u"AVI/"_s + animationFileName(animation)));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    };
+    EXPECT_EQ(written(Animation::FindFile), moving);
+    EXPECT_EQ(written(Animation::Search), animationBytes(Animation::Search));
+    EXPECT_EQ(written(Animation::FileMove), moving);
 }
 
 TEST(Animation, DamagedFilesNeverCrashAndOpenNothingOrAWholeAnimation)
