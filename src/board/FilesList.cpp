@@ -352,8 +352,15 @@ void putInPlace(TemporaryFile& written, const fs::path& path, const SaveStepHook
             throwFileError(EEXIST, *backup, "rename");
         if (hook)
             hook(SaveStep::RenameToBackup);
-        fs::rename(path, *backup);
-        moved = true;
+        // The backup is made as a second name of the old list, and the new list then takes
+        // the list's name in one rename: killed at any moment, the save leaves a whole list
+        // under that name. A file system without second names gets the old list renamed.
+        std::error_code linkError;
+        fs::create_hard_link(path, *backup, linkError);
+        if (linkError) {
+            fs::rename(path, *backup);
+            moved = true;
+        }
     }
     try {
         written.renameTo(path);
