@@ -297,7 +297,8 @@ bool writeNewFile(const fs::path& file, const std::string& data)
 
 } // namespace
 
-ExtractResult extractMember(const fs::path& archive, const fs::path& destination, std::string_view memberName)
+ExtractResult
+extractMember(const fs::path& archive, const fs::path& destination, std::string_view memberName, ArchiveReaders readers)
 {
     try {
         if (!isPlainMemberName(memberName))
@@ -305,7 +306,7 @@ ExtractResult extractMember(const fs::path& archive, const fs::path& destination
         // libarchive reads most archives; what it cannot open, or a member of a method it
         // lacks (ZIP shrink, implode, deflate64; all of ARJ), 7-Zip may.
         Reading reading = readInProcess(archive, memberName);
-        if (reading.state == Reading::State::Failed)
+        if (reading.state == Reading::State::Failed && readers == ArchiveReaders::WithSevenZip)
             reading = readWithSevenZip(archive, memberName);
 
         switch (reading.state) {

@@ -12,6 +12,12 @@ enum class ExtractResult {
     Unreadable, // not an archive, damaged, or of a method nothing here can read
 };
 
+/// The readers extractMember may try.
+enum class ArchiveReaders {
+    WithSevenZip, // the archive library, then 7-Zip for what it cannot read
+    InProcessOnly, // the archive library alone: no program is ever started
+};
+
 /// The unzip facility: extracts the first member of archive whose file name (whatever its
 /// case, whatever folder holds it) is memberName, written flat into destination under
 /// memberName. Archives are read in-process; members of methods the archive library cannot
@@ -21,7 +27,8 @@ enum class ExtractResult {
 /// 1 MiB of the member is kept, and an encrypted member gives nothing.
 ExtractResult extractMember(const std::filesystem::path& archive,
                             const std::filesystem::path& destination,
-                            std::string_view memberName);
+                            std::string_view memberName,
+                            ArchiveReaders readers = ArchiveReaders::WithSevenZip);
 
 /// The most of a member that is kept.
 constexpr std::size_t MemberLimit = 1 << 20;

@@ -234,6 +234,13 @@ TEST(Archives, Distrusts7ZipAndStopsItAfterTenSeconds)
         EXPECT_TRUE(written == text) << written.size() << " bytes: " << written.substr(0, 40);
         fs::remove(board.work / "FILE_ID.DIZ");
     }
+
+    // Told to read in-process only, the caller gets what the archive library made of the
+    // file, even where 7-Zip would have found the member.
+    std::ofstream(board.root / "listing") << file;
+    std::ofstream(board.root / "extraction") << "path";
+    EXPECT_EQ(extractMember(board.archive, board.work, "FILE_ID.DIZ", ArchiveReaders::InProcessOnly), Unreadable);
+    EXPECT_FALSE(fs::exists(board.work / "FILE_ID.DIZ"));
 }
 
 } // namespace
