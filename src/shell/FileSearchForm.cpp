@@ -17,9 +17,6 @@
 #include <QStatusBar>
 #include <QVBoxLayout>
 
-#include <algorithm>
-#include <limits>
-
 using namespace Qt::StringLiterals;
 
 namespace Kelvane {
@@ -28,11 +25,6 @@ namespace {
 
 /// Painted at most this often while the scan finds new files.
 constexpr qint64 PaintIntervalMs = 40;
-
-int barValue(qint64 value)
-{
-    return static_cast<int>(std::clamp<qint64>(value, 0, std::numeric_limits<int>::max()));
-}
 
 } // namespace
 
@@ -171,10 +163,7 @@ void FileSearchForm::showProgressText(ProgressLine line, const QString& text)
 
 void FileSearchForm::showProgressValue(qint64 value, qint64 maximum)
 {
-    const int top = barValue(maximum);
-    if (m_progress->maximum() != top)
-        m_progress->setRange(0, top);
-    m_progress->setValue(barValue(value));
+    showProgress(*m_progress, value, maximum);
 }
 
 void FileSearchForm::cmdQuitSearch_Click()

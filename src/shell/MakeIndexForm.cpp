@@ -5,33 +5,19 @@
 #include "shell/FrameHost.h"
 
 #include <QCloseEvent>
-#include <QEventLoop>
 #include <QGroupBox>
 #include <QLabel>
 #include <QListWidget>
 #include <QProgressBar>
-#include <QTimer>
 #include <QTreeWidget>
 #include <QVBoxLayout>
-
-#include <algorithm>
-#include <limits>
 
 using namespace Qt::StringLiterals;
 
 namespace Kelvane {
 
-namespace {
-
-int barValue(qint64 value)
-{
-    return static_cast<int>(std::clamp<qint64>(value, 0, std::numeric_limits<int>::max()));
-}
-
-} // namespace
-
-MakeIndexForm::MakeIndexForm(FrameHost& host, QWidget* parent)
-    : QDialog(parent)
+MakeIndexForm::MakeIndexForm(FrameHost& host)
+    : QDialog(nullptr)
     , m_host(host)
 {
     setObjectName(u"frmMakeIndex"_s);
@@ -83,20 +69,15 @@ void MakeIndexForm::run(std::chrono::milliseconds pause)
         return;
     }
     m_running = true;
-    // A window belonging to the frame would be disabled with it: while the index is built the
-    // form stands on its own, over the frame.
-    QWidget* owner = parentWidget();
-    if (owner)
-        setParent(nullptr, windowFlags());
+    // The form stands on its own, not as a child of the frame, which is disabled while the
+    // index is built.
     QWidget* frame = m_host.frameWindow();
     if (frame) {
         frame->setEnabled(false);
         move(frame->geometry().center() - rect().center());
     }
     show();
-    QEventLoop wait;
-    QTimer::singleShot(pause, &wait, &QEventLoop::quit);
-    wait.exec();
+    letEventLoopRun(pause);
     {
         ProgressViewScope progress(m_host.qtPort(), this);
         Make_Index_File(session);
@@ -104,8 +85,6 @@ void MakeIndexForm::run(std::chrono::milliseconds pause)
     unload();
     if (frame)
         frame->setEnabled(true);
-    if (owner)
-        setParent(owner, windowFlags());
 }
 
 void MakeIndexForm::unload()
@@ -137,10 +116,7 @@ void MakeIndexForm::showProgressText(ProgressLine line, const QString& text)
 
 void MakeIndexForm::showProgressValue(qint64 value, qint64 maximum)
 {
-    const int top = barValue(maximum);
-    if (m_progress->maximum() != top)
-        m_progress->setRange(0, top);
-    m_progress->setValue(barValue(value));
+    showProgress(*m_progress, value, maximum);
 }
 
 void MakeIndexForm::reject()

@@ -20,14 +20,14 @@ class FrameHost;
 /// shown only while the index files of the changed areas are rebuilt at shut-down. Its hidden
 /// lstMakeIdx shows the areas waiting, which the session holds.
 ///
-/// The frame is disabled while the form shows its progress; a form made as the frame's child
-/// leaves it for that time, so that it is not disabled with it.
+/// The frame is disabled while the form shows its progress, so the form is a window of its
+/// own, not the frame's child.
 class MakeIndexForm : public QDialog, public ProgressView
 {
     Q_OBJECT
 
 public:
-    explicit MakeIndexForm(FrameHost& host, QWidget* parent = nullptr);
+    explicit MakeIndexForm(FrameHost& host);
     ~MakeIndexForm() override;
 
     /// Rebuilds the index of every area waiting, with the frame disabled and this form

@@ -8,30 +8,16 @@
 #include "sortmove/MoveFiles.h"
 
 #include <QCloseEvent>
-#include <QEventLoop>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QStatusBar>
-#include <QTimer>
 #include <QVBoxLayout>
-
-#include <algorithm>
-#include <limits>
 
 using namespace Qt::StringLiterals;
 
 namespace Kelvane {
-
-namespace {
-
-int barValue(qint64 value)
-{
-    return static_cast<int>(std::clamp<qint64>(value, 0, std::numeric_limits<int>::max()));
-}
-
-} // namespace
 
 MoveFilesProgressForm::MoveFilesProgressForm(FrameHost& host)
     : QDialog(host.frameWindow())
@@ -85,9 +71,7 @@ std::size_t MoveFilesProgressForm::run(FrameHost& host, EntryTable& table, std::
     form.load();
     form.show();
     // The form and its animation are drawn before the first file moves.
-    QEventLoop wait;
-    QTimer::singleShot(pause, &wait, &QEventLoop::quit);
-    wait.exec();
+    letEventLoopRun(pause);
     std::size_t moved = 0;
     {
         ProgressViewScope progress(host.qtPort(), &form);
@@ -137,10 +121,7 @@ void MoveFilesProgressForm::showProgressText(ProgressLine line, const QString& t
 
 void MoveFilesProgressForm::showProgressValue(qint64 value, qint64 maximum)
 {
-    const int top = barValue(maximum);
-    if (m_progress->maximum() != top)
-        m_progress->setRange(0, top);
-    m_progress->setValue(barValue(value));
+    showProgress(*m_progress, value, maximum);
 }
 
 void MoveFilesProgressForm::cmdCancelMove_Click()

@@ -1,9 +1,15 @@
 #include "shell/QtPort.h"
 
 #include <QApplication>
+#include <QEventLoop>
 #include <QFileDialog>
 #include <QMessageBox>
+#include <QProgressBar>
 #include <QPushButton>
+#include <QTimer>
+
+#include <algorithm>
+#include <limits>
 
 using namespace Qt::StringLiterals;
 
@@ -140,6 +146,24 @@ QString QtPort::browseForFolder(const QString& prompt)
 {
     QWidget* parent = m_parent ? m_parent->window() : QApplication::activeWindow();
     return QFileDialog::getExistingDirectory(parent, prompt);
+}
+
+void showProgress(QProgressBar& bar, qint64 value, qint64 maximum)
+{
+    const auto clamped = [](qint64 number) {
+        return static_cast<int>(std::clamp<qint64>(number, 0, std::numeric_limits<int>::max()));
+    };
+    const int top = clamped(maximum);
+    if (bar.maximum() != top)
+        bar.setRange(0, top);
+    bar.setValue(clamped(value));
+}
+
+void letEventLoopRun(std::chrono::milliseconds duration)
+{
+    QEventLoop wait;
+    QTimer::singleShot(duration, &wait, &QEventLoop::quit);
+    wait.exec();
 }
 
 ProgressViewScope::ProgressViewScope(QtPort* port, ProgressView* view)

@@ -4,10 +4,12 @@
 
 #include <QPointer>
 #include <QWidget>
+#include <chrono>
 #include <functional>
 #include <memory>
 
 class QMessageBox;
+class QProgressBar;
 
 namespace Kelvane {
 
@@ -56,6 +58,13 @@ private:
     ProgressView* m_progress = nullptr;
     int m_busyDepth = 0;
 };
+
+/// Puts a long operation's position on bar (a position beyond the bar's range is clamped).
+void showProgress(QProgressBar& bar, qint64 value, qint64 maximum);
+
+/// Lets the event loop run for duration: a form just shown is drawn, its animation started,
+/// before the work begins.
+void letEventLoopRun(std::chrono::milliseconds duration);
 
 /// Shows progress in view while it lives, then in whatever showed it before.
 class ProgressViewScope

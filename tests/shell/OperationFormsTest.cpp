@@ -111,7 +111,7 @@ TEST_F(OperationFormsTest, MakeIndexRunsOnlyWithAreasWaiting)
 {
     Session& session = host.session();
     host.frame.show();
-    MakeIndexForm form(host, &host.frame);
+    MakeIndexForm form(host);
     int shown = 0;
     host.port.script.onEvents = [&](int) {
         shown += form.isVisible();
@@ -137,7 +137,6 @@ TEST_F(OperationFormsTest, MakeIndexRunsOnlyWithAreasWaiting)
     EXPECT_EQ(pending->count(), 0);
     EXPECT_FALSE(form.isVisible());
     EXPECT_TRUE(host.frame.isEnabled());
-    EXPECT_EQ(form.parentWidget(), &host.frame);
     EXPECT_EQ(QApplication::overrideCursor(), nullptr);
 }
 
