@@ -37,6 +37,8 @@
 #include <QTime>
 #include <QVBoxLayout>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace Kelvane {
@@ -127,7 +129,6 @@ EditorForm::EditorForm(FrameHost& host, EntryList entries, QWidget* parent)
     buildMenus();
     // The sort view is loaded with the area and stays, hidden, until the area closes.
     m_sortView = new SortViewForm(m_host, m_table);
-    m_sortView->setParent(m_host.frameWindow(), m_sortView->windowFlags());
     m_clock.setObjectName(u"tmrClock"_s);
     m_clock.setInterval(1000);
     connect(&m_clock, &QTimer::timeout, this, &EditorForm::updateClock);

@@ -2,6 +2,8 @@
 
 #include "platform/CodePage.h"
 
+#include <algorithm>
+
 namespace Kelvane {
 
 EntryListModel::EntryListModel(EntryTable& table, const CodePage& page, QObject* parent)
