@@ -5,6 +5,7 @@
 #include "board/FileLookup.h"
 #include "board/FileSystem.h"
 #include "board/ListStamp.h"
+#include "board/RunTimeError.h"
 #include "board/Session.h"
 #include "platform/CodePage.h"
 #include "platform/FileNames.h"
@@ -384,6 +385,7 @@ bool Load_fEditFileArealsv(Session& session, EntryList& entries)
         return true;
     } catch (...) {
         entries.clear();
+        session.listStamp = {}; // nothing was read: no stamp of another area's list stays
         session.FileCount = 0;
         session.ListIsEmpty = true;
         session.ReportError("Load_fEditFileArealsv");
@@ -393,6 +395,11 @@ bool Load_fEditFileArealsv(Session& session, EntryList& entries)
 
 bool SaveWork(Session& session, const EntryList& entries, const SaveStepHook& hook)
 {
+    return SaveWork(session, entries, session.listStamp, hook);
+}
+
+bool SaveWork(Session& session, const EntryList& entries, ListStamp& origin, const SaveStepHook& hook)
+{
     const CurrentArea& area = session.area;
     const CodePage& page = session.codePage();
     const fs::path& path = area.FileListPath;
@@ -400,6 +407,12 @@ bool SaveWork(Session& session, const EntryList& entries, const SaveStepHook& ho
     try {
         if (path.empty())
             throwFileError(ENOENT, path, "open");
+        if (!origin.list.empty() && origin.list != path) {
+            // Error 75, Path/File access error: the entries of one list never reach another.
+            throw RunTimeError(75, QString::fromUtf16(RunTimeError::ProgramSource),
+                               u"The entries read from "_s + unicodeFromPath(origin.list)
+                                   + u" cannot be saved over "_s + unicodeFromPath(path));
+        }
         FileLookup lookup(page);
         // A long name is written as the alias of the file of that name in each area
         // directory in turn; one that no directory holds is written whole.
@@ -415,7 +428,7 @@ bool SaveWork(Session& session, const EntryList& entries, const SaveStepHook& ho
         };
         // The board may have added an upload's entry since the list was read: overwriting
         // it is the operator's choice, never a silent one.
-        if (changedOnDisk(path, session.listStamp) && !session.ShowAlert("FilesListChanged"))
+        if (changedOnDisk(path, origin) && !session.ShowAlert("FilesListChanged"))
             return false;
         TemporaryFile written(path, hook);
         ListHash hash;
@@ -425,8 +438,9 @@ bool SaveWork(Session& session, const EntryList& entries, const SaveStepHook& ho
         });
         written.finish();
         putInPlace(written, path, hook);
-        session.listStamp = stampOf(path);
-        session.listStamp.hash = hash.value();
+        origin = stampOf(path);
+        origin.hash = hash.value();
+        session.listStamp = origin;
     } catch (...) {
         session.ReportError("SaveWork");
         return false;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "board/ListStamp.h"
 #include "platform/DurableFile.h"
 
 #include <filesystem>
@@ -77,6 +78,13 @@ bool Load_fEditFileArealsv(Session& session, EntryList& entries);
 /// Writes entries to the current area's Files List, keeping the previous list as FILES.BAK,
 /// and says so. The new list is written whole and flushed to disk before the old one is
 /// moved: a failure at any step leaves the old list whole and is reported.
+///
+/// origin is the stamp of the list the entries were read from, and is renewed by the save.
+/// Entries are only ever written back to that list: when the current area's list is another
+/// one (an area opened since they were read), the save is refused as a run-time error and
+/// nothing is written.
+bool SaveWork(Session& session, const EntryList& entries, ListStamp& origin, const SaveStepHook& hook = {});
+/// The same, for entries that the session itself read last (its listStamp).
 bool SaveWork(Session& session, const EntryList& entries, const SaveStepHook& hook = {});
 
 } // namespace Kelvane

@@ -59,6 +59,7 @@ std::uint64_t hashOf(std::string_view bytes)
 ListStamp stampOf(const fs::path& path)
 {
     ListStamp stamp;
+    stamp.list = path;
     stamp.known = true;
     std::error_code error;
     stamp.existed = fs::is_regular_file(path, error);

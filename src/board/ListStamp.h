@@ -12,6 +12,7 @@ namespace Kelvane {
 /// that entry is not overwritten unnoticed.
 struct ListStamp
 {
+    std::filesystem::path list; // the Files List the stamp was taken of
     bool known = false; // a list was read or written since the area was opened
     bool existed = false;
     std::uintmax_t size = 0;

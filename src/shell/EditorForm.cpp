@@ -25,6 +25,7 @@
 #include <QFrame>
 #include <QHBoxLayout>
 #include <QItemSelection>
+#include <QKeyEvent>
 #include <QKeySequence>
 #include <QLabel>
 #include <QListView>
@@ -34,6 +35,7 @@
 #include <QPlainTextEdit>
 #include <QSplitter>
 #include <QStatusBar>
+#include <QTextDocument>
 #include <QTime>
 #include <QVBoxLayout>
 
@@ -59,21 +61,42 @@ QString yesNo(bool flag)
     return flag ? u"Yes"_s : u"No"_s;
 }
 
-// The box shows each CR LF of a description as a line break and gives every line break
-// back as CR LF.
+// The box shows each CR LF of a description as a new paragraph, and a lone LF (a byte the
+// board's list may hold inside a line) as a line separator, so both come back as they were.
+// Every other character, the no-break space and the tab included, passes through as is.
 QString descriptionToBox(const QString& description)
 {
-    QString text = description;
-    text.replace(u"\r\n"_s, u"\n"_s);
+    QString text;
+    text.reserve(description.size());
+    for (qsizetype i = 0; i < description.size(); ++i) {
+        const QChar c = description.at(i);
+        if (c == u'\r' && i + 1 < description.size() && description.at(i + 1) == u'\n') {
+            text.append(u'\n');
+            ++i;
+        } else if (c == u'\n') {
+            text.append(QChar(QChar::LineSeparator));
+        } else {
+            text.append(c);
+        }
+    }
     return text;
 }
 
-QString boxToDescription(QString text)
+// rawText is the document's own text: paragraphs end in U+2029 and nothing has been turned
+// into a blank (the plain-text view of a document gives every no-break space as a space).
+QString boxToDescription(QString rawText)
 {
-    text.replace(QChar::ParagraphSeparator, u'\n');
-    text.replace(QChar::LineSeparator, u'\n');
-    text.replace(u"\n"_s, u"\r\n"_s);
-    return text;
+    rawText.replace(u"\n"_s, u"\r\n"_s);
+    rawText.replace(QChar::ParagraphSeparator, u"\r\n"_s);
+    rawText.replace(QChar::LineSeparator, u'\n');
+    return rawText;
+}
+
+// "No Description" stands in for a text that holds nothing but line ends and blanks.
+bool holdsNoDescription(const QString& description)
+{
+    const QString text = QString(description).remove(u"\r\n"_s);
+    return std::all_of(text.cbegin(), text.cend(), [](QChar c) { return c == u' '; });
 }
 
 } // namespace
@@ -106,6 +129,11 @@ EditorForm::EditorForm(FrameHost& host, EntryList entries, QWidget* parent)
 {
     setObjectName(u"frmEditFileArea"_s);
     setAttribute(Qt::WA_DeleteOnClose);
+    // The entries go back only to the list they were read from, whatever area the session
+    // holds by the time they are saved.
+    m_origin = session().listStamp;
+    if (m_origin.list.empty())
+        m_origin.list = session().area.FileListPath;
     m_table.reset(std::move(entries));
     m_model = std::make_unique<EntryListModel>(m_table, session().codePage());
     m_keyHandlers = {
@@ -286,6 +314,17 @@ QList<QMenu*> EditorForm::menus() const
     return { m_operations, m_view };
 }
 
+// While the move chooser stands in for the hidden editor, nothing may run on the editor's
+// entries: its menus go grey with its toolbars, shortcuts included.
+void EditorForm::setMenusEnabled(bool enabled)
+{
+    for (QMenu* menu : menus()) {
+        menu->menuAction()->setEnabled(enabled);
+        for (QAction* item : menu->actions())
+            item->setEnabled(enabled);
+    }
+}
+
 void EditorForm::Form_Load()
 {
     Session& state = session();
@@ -440,10 +479,10 @@ void EditorForm::Description_Update()
             setBoxText({});
             return;
         }
-        QString text = boxToDescription(m_description->toPlainText());
-        if (QString(text).remove(u"\r\n"_s).trimmed().isEmpty()) {
-            setBoxText(QString::fromLatin1(NoDescription.data(), static_cast<qsizetype>(NoDescription.size())));
-            text = m_description->toPlainText();
+        QString text = boxToDescription(m_description->document()->toRawText());
+        if (holdsNoDescription(text)) {
+            text = QString::fromLatin1(NoDescription.data(), static_cast<qsizetype>(NoDescription.size()));
+            setBoxText(text);
         }
         if (m_position < 0 || static_cast<std::size_t>(m_position) >= m_table.size())
             return;
@@ -581,7 +620,7 @@ void EditorForm::mnuSaveWork_Click()
     if (!state.ChangesMade)
         return;
     // A list that could not be written stays marked changed, so closing still asks.
-    if (SaveWork(state, m_table.entries()))
+    if (SaveWork(state, m_table.entries(), m_origin))
         state.ChangesMade = false;
 }
 
@@ -661,6 +700,7 @@ void EditorForm::mnuMoveFiles_Click()
     else
         hide();
     m_host.setEditorToolbarsEnabled(false);
+    setMenusEnabled(false);
     m_moveChooser = new MoveFileTitlesForm(m_host);
     connect(m_moveChooser, &MoveFileTitlesForm::moveAccepted, this, &EditorForm::moveAccepted);
     connect(m_moveChooser, &MoveFileTitlesForm::closed, this, &EditorForm::moveChooserClosed);
@@ -677,6 +717,7 @@ void EditorForm::moveAccepted()
 void EditorForm::moveChooserClosed()
 {
     m_host.setEditorToolbarsEnabled(true);
+    setMenusEnabled(true);
     if (QWidget* frame = parentWidget(); frame && frame->inherits("QMdiSubWindow"))
         frame->show();
     show();
@@ -720,7 +761,7 @@ void EditorForm::closeEvent(QCloseEvent* event)
         writeBackPending();
         Session& state = session();
         if (state.ChangesMade && state.ShowAlert("ChangesMade")) {
-            if (!SaveWork(state, m_table.entries())) {
+            if (!SaveWork(state, m_table.entries(), m_origin)) {
                 event->ignore();
                 return;
             }
@@ -763,7 +804,7 @@ void EditorForm::unloadSortView()
 {
     Session& state = session();
     if (state.ChangesMade && state.ShowAlert("ChangesMade"))
-        SaveWork(state, m_table.entries());
+        SaveWork(state, m_table.entries(), m_origin);
     state.ChangesMade = false;
     m_names->setModel(nullptr);
     m_table.reset({});
@@ -774,6 +815,15 @@ bool EditorForm::eventFilter(QObject* watched, QEvent* event)
     if (watched == m_description && event->type() == QEvent::FocusOut) {
         // txtFileDescription_LostFocus
         writeBackPending();
+    } else if (watched == m_description && event->type() == QEvent::KeyPress) {
+        // Shift+Enter starts a new line like Enter: the box's line separator stands for a
+        // lone LF kept from the list, never for a line the operator typed.
+        auto* key = static_cast<QKeyEvent*>(event);
+        if ((key->key() == Qt::Key_Return || key->key() == Qt::Key_Enter)
+            && key->modifiers().testFlag(Qt::ShiftModifier) && !m_description->isReadOnly()) {
+            m_description->textCursor().insertBlock();
+            return true;
+        }
     } else if (watched == m_names->viewport() && event->type() == QEvent::MouseButtonPress) {
         auto* mouse = static_cast<QMouseEvent*>(event);
         if (mouse->button() != Qt::LeftButton) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "board/ListStamp.h"
 #include "editor/EntryTable.h"
 
 #include <QHash>
@@ -92,6 +93,7 @@ private:
     void buildMenus();
     QAction* addOperation(const QString& name, const QString& caption, void (EditorForm::*handler)());
     void loadAnimation();
+    void setMenusEnabled(bool enabled);
     void runOperation(const std::function<void()>& operation);
     void writeBackPending();
     void Form_Unload();
@@ -110,6 +112,7 @@ private:
 
     FrameHost& m_host;
     EntryTable m_table;
+    ListStamp m_origin; // the list the entries were read from, as it was then
     std::unique_ptr<EntryListModel> m_model;
 
     QListView* m_names = nullptr;

@@ -24,6 +24,10 @@ void FileAreaTitlesForm::cmdOK_Click()
     try {
         BusyPointer busy(board.port());
         saveSettings();
+        if (host().areaOpen()) {
+            unload(); // the open area keeps its number and its editor
+            return;
+        }
         board.area.AreaNumber = row + 1;
         board.area.AreaTitle = titleBytes(row);
         const QString title = titles().at(row);

@@ -330,12 +330,24 @@ void MainFrame::setStatusText(const QString& text)
 
 void MainFrame::setOpenFileAreasEnabled(bool enabled)
 {
+    m_chooserOpen = !enabled;
+    updateOpenFileAreas();
+}
+
+// Open File Areas is there only with no area open and no chooser: a second chooser or a
+// second editor would leave two sets of entries in one process, and one of them saved over
+// the other's list.
+void MainFrame::updateOpenFileAreas()
+{
+    const bool enabled = !m_chooserOpen && !m_editor;
     m_openFileAreas->setEnabled(enabled);
     m_openFileAreasButton->setEnabled(enabled);
 }
 
 void MainFrame::mnuOpenFileAreas_Click()
 {
+    if (m_chooserOpen || m_editor)
+        return;
     try {
         const QString mainNode = unicodeFromPath(m_session.area.MainNodePath);
         if (mainNode.isEmpty()) {
@@ -373,6 +385,8 @@ void MainFrame::fillAreaBox(const QStringList& rows, int chosen)
 
 bool MainFrame::openChosenArea(const QString& title)
 {
+    if (m_editor)
+        return false; // one editor at a time: the open one keeps its area
     if (Farea_Dat_Initialize(m_session) && openEditor(title))
         return true;
     showNoAreaState();
@@ -382,6 +396,8 @@ bool MainFrame::openChosenArea(const QString& title)
 
 bool MainFrame::openArea(int areaNumber)
 {
+    if (m_editor)
+        return false;
     try {
         AreaRecordSet& records = m_session.recordSet();
         records.OpenAreas(m_session.area.MainNodePath);
@@ -410,6 +426,7 @@ bool MainFrame::openEditor(const QString& title)
     Load_fEditFileArealsv(m_session, entries);
     auto* editor = new EditorForm(*this, std::move(entries));
     m_editor = editor;
+    updateOpenFileAreas();
     QMdiSubWindow* window = m_mdiArea->addSubWindow(editor);
     window->setAttribute(Qt::WA_DeleteOnClose);
     editor->Form_Load();
@@ -457,6 +474,7 @@ void MainFrame::editorClosed()
 {
     installEditorMenus(false);
     m_editor = nullptr;
+    updateOpenFileAreas();
     if (!m_switching)
         showNoAreaState();
 }

@@ -80,6 +80,7 @@ private:
     bool openEditor(const QString& title);
     void installEditorMenus(bool installed);
     bool MDIForm_Unload();
+    void updateOpenFileAreas();
 
     Session& m_session;
     QtPort& m_port;
@@ -104,6 +105,7 @@ private:
 
     EditorForm* m_editor = nullptr; // cleared by editorClosed() when the editor unloads
     std::unique_ptr<MakeIndexForm> m_makeIndex; // hidden from start-up on: it holds no list of its own
+    bool m_chooserOpen = false; // the area chooser is open
     bool m_switching = false; // an area switch is replacing the editor
     bool m_shutDown = false;
 };

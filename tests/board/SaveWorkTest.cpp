@@ -238,5 +238,39 @@ TEST_F(SaveWorkTest, ReadingBadInputChangesNothing)
     fs::remove_all(list);
 }
 
+TEST_F(SaveWorkTest, EntriesReadFromOneListAreNeverSavedOverAnother)
+{
+    const AreaRecord second = board.simpleRecord("second");
+    const int secondNumber = board.addArea(second);
+    const fs::path secondList = second.filesList;
+    TestBoard::writeFile(list, OldList);
+    TestBoard::writeFile(secondList, NewList);
+    auto session = openArea();
+    EntryList first;
+    ASSERT_TRUE(Load_fEditFileArealsv(*session, first));
+    ListStamp firstOrigin = session->listStamp;
+
+    // The second area is opened and read in the same session; the first area's entries,
+    // saved with their own origin or with the session's, never reach its list.
+    session->area.AreaNumber = secondNumber;
+    ASSERT_TRUE(Farea_Dat_Initialize(*session));
+    EntryList others;
+    ASSERT_TRUE(Load_fEditFileArealsv(*session, others));
+    port.expectError("SaveWork");
+    EXPECT_FALSE(SaveWork(*session, first, firstOrigin));
+    session->area.AreaNumber = number;
+    ASSERT_TRUE(Farea_Dat_Initialize(*session));
+    port.expectError("SaveWork");
+    EXPECT_FALSE(SaveWork(*session, others));
+    EXPECT_EQ(TestBoard::readFile(secondList), NewList);
+    EXPECT_EQ(TestBoard::readFile(list), OldList);
+    EXPECT_FALSE(fs::exists(backup));
+
+    // Back on their own list, the first area's entries save.
+    port.expect(savedBox());
+    EXPECT_TRUE(SaveWork(*session, first, firstOrigin));
+    EXPECT_EQ(TestBoard::readFile(list), OldList);
+}
+
 } // namespace
 } // namespace Kelvane

@@ -1,10 +1,12 @@
 #include "FrameFixture.h"
 
 #include "board/FilesList.h"
+#include "platform/CodePage.h"
 
 #include <QLabel>
 #include <QMenu>
 #include <QPlainTextEdit>
+#include <QPushButton>
 #include <QStatusBar>
 #include <QTimer>
 
@@ -75,6 +77,7 @@ TEST_F(EditorFormTest, AnEditGoesToTheEntryItWasMadeOn)
         { u"Two\nlines"_s, "Two\r\nlines" },
         { {}, "No Description" },
         { u"   \n   "_s, "No Description" },
+        { u"\u00A0"_s, "\xA0" }, // only blanks count as nothing
     };
     EditorForm* editor = openArea(area);
     for (const Case& c : cases) {
@@ -94,6 +97,45 @@ TEST_F(EditorFormTest, AnEditGoesToTheEntryItWasMadeOn)
         EXPECT_TRUE(session->ChangesMade);
     }
     port.script.expectAlert("ChangesMade", Answer::No);
+}
+
+TEST_F(EditorFormTest, AnEditKeepsEveryByteItDidNotTouch)
+{
+    for (const char16_t* page : { u"Windows-1252", u"CP437" }) {
+        SCOPED_TRACE(QString::fromUtf16(page).toStdString());
+        // A no-break space in either page, a tab and a lone LF inside the line.
+        const std::string before = line("ODD.TXT", 3, "A\xA0" "B\xFF" "\tC\nD");
+        TestBoard::writeFile(listPath(), before);
+        session->setCodePage(*CodePage::named(page));
+        openArea(area);
+        box()->setFocus();
+        QTest::keyClick(box(), Qt::Key_End, Qt::ControlModifier);
+        QTest::keyClick(box(), Qt::Key_Left);
+        QTest::keyClicks(box(), u"X"_s);
+        port.script.expectContaining(u"Kelvane Information"_s, u"Changes were saved to "_s);
+        QTest::keyClick(box(), Qt::Key_S, Qt::ControlModifier);
+        EXPECT_EQ(frame->editor()->table().at(0).Description, "A\xA0" "B\xFF" "\tC\nDX\r\n");
+        // The writer drops a line's lone LF, as it does for every save.
+        EXPECT_EQ(TestBoard::readFile(listPath()), line("ODD.TXT", 3, "A\xA0" "B\xFF" "\tCDX"));
+        action(u"Close"_s)->trigger();
+        settle();
+    }
+}
+
+TEST_F(EditorFormTest, WhileAMoveTargetIsChosenTheEditorsMenusRest)
+{
+    openArea(area);
+    action(u"SelectAllFiles"_s)->trigger();
+    action(u"MoveFiles"_s)->trigger();
+    ASSERT_NE(frame->findChild<QWidget*>(u"frmMoveFileTitles"_s), nullptr);
+    for (const QString& name : { u"mnuSaveWork"_s, u"mnuFileScan"_s, u"mnuSortFile"_s, u"mnuClose"_s, u"mnuToolBar"_s })
+        EXPECT_FALSE(action(name)->isEnabled()) << name.toStdString();
+    QTest::keyClick(frame.get(), Qt::Key_S, Qt::ControlModifier);
+    QTest::mouseClick(frame->findChild<QWidget*>(u"frmMoveFileTitles"_s)->findChild<QPushButton*>(u"cmdCancel"_s),
+                      Qt::LeftButton);
+    settle();
+    EXPECT_TRUE(action(u"mnuSaveWork"_s)->isEnabled());
+    EXPECT_TRUE(action(u"mnuFileScan"_s)->isEnabled());
 }
 
 TEST_F(EditorFormTest, SaveWorkWritesTheTypedTextAndKeepsTheOldListAsBackup)

@@ -98,6 +98,27 @@ TEST_F(MainFrameTest, TheAreaBoxSwitchesAreasAndAFailedSwitchLeavesNoEditor)
     EXPECT_FALSE(find<QStatusBar>(u"sbStatusBar2"_s)->isVisible());
 }
 
+TEST_F(MainFrameTest, WithAnAreaOpenNoOtherAreaOpens)
+{
+    const int first = addArea("first", line("ONE.TXT", 1, "one"), { { "ONE.TXT", "1" } });
+    const int second = addArea("second", line("TWO.TXT", 2, "two"), { { "TWO.TXT", "22" } });
+    EditorForm* editor = openArea(first);
+    EXPECT_FALSE(action(u"mnuOpenFileAreas"_s)->isEnabled());
+    EXPECT_FALSE(action(u"OpenFileAreas"_s)->isEnabled());
+    QTest::keyClick(frame.get(), Qt::Key_O, Qt::ControlModifier);
+    frame->mnuOpenFileAreas_Click();
+    EXPECT_EQ(frame->findChild<QWidget*>(u"frmFileAreaTitles"_s), nullptr);
+    EXPECT_FALSE(frame->openChosenArea(u"second"_s));
+    EXPECT_FALSE(frame->openArea(second));
+    EXPECT_EQ(frame->editor(), editor);
+    EXPECT_EQ(session->area.AreaNumber, first);
+    EXPECT_EQ(find<QMdiArea>(u"mdiArea"_s)->subWindowList().size(), 1);
+
+    action(u"Close"_s)->trigger();
+    settle();
+    EXPECT_TRUE(action(u"mnuOpenFileAreas"_s)->isEnabled());
+}
+
 TEST_F(MainFrameTest, ShutDownOffersMakeIndexAndKeepsTheNormalPlacement)
 {
     for (const Answer answer : { Answer::Cancel, Answer::Ok }) {
