@@ -60,7 +60,7 @@ public:
         const QString glob = QString::fromStdString(pattern);
         bool found = false;
         for (std::size_t i = 0; i < m_titles.size(); ++i) {
-            if (m_titles[i] && matchesTitleGlob(m_page.toUnicode(*m_titles[i]), glob)) {
+            if (m_titles[i] && matchesGlob(m_page.toUnicode(*m_titles[i]), glob)) {
                 m_numbers.push_back(static_cast<int>(i) + 1);
                 found = true;
             }
@@ -157,7 +157,7 @@ AreaSetError::AreaSetError(const QString& message)
 {
 }
 
-bool matchesTitleGlob(const QString& text, const QString& glob)
+bool matchesGlob(const QString& text, const QString& glob)
 {
     QString pattern = u"\\A"_s;
     for (const QChar ch : glob) {

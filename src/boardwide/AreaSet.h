@@ -51,6 +51,6 @@ AreaSet resolveAreaSet(const AreaSelection& selection,
                        const CodePage& page);
 
 /// Whether text matches glob ignoring case: "*" any run of characters, "?" one character.
-bool matchesTitleGlob(const QString& text, const QString& glob);
+bool matchesGlob(const QString& text, const QString& glob);
 
 } // namespace Kelvane

@@ -126,6 +126,13 @@ BoardReader::BoardReader(const Board& board, ReadOptions options)
 {
 }
 
+std::optional<AreaProblem> BoardReader::check(const BoardArea& area)
+{
+    if (const std::optional<QString> reason = problemOf(area))
+        return AreaProblem { area.number, area.title(), *reason };
+    return std::nullopt;
+}
+
 std::optional<AreaProblem> BoardReader::readArea(const BoardArea& area, AreaContents& contents) const
 {
     const auto problem = [&](const QString& reason) { return AreaProblem { area.number, area.title(), reason }; };

@@ -174,6 +174,9 @@ public:
     /// Visits the areas of numbers (record numbers of the board) in the order given.
     ReadSummary read(const std::vector<int>& numbers, AreaVisitor& visitor);
 
+    /// Why area cannot be read, checked without reading its list; nothing when it can be.
+    static std::optional<AreaProblem> check(const BoardArea& area);
+
     /// Reads one area: its contents, or its problem.
     std::optional<AreaProblem> readArea(const BoardArea& area, AreaContents& contents) const;
 
