@@ -4,6 +4,7 @@
 #include "board/FileSystem.h"
 #include "board/RunTimeError.h"
 #include "boardwide/BoardProgress.h"
+#include "index/MakeIndex.h"
 #include "platform/CodePage.h"
 #include "platform/FileNames.h"
 
@@ -167,6 +168,15 @@ std::optional<AreaProblem> BoardReader::readArea(const BoardArea& area, AreaCont
         }
     }
     if (m_options.files) {
+        // The board's own files are none of the area's: its Files List, the backups and the
+        // index, left out as the scan leaves them out.
+        const QString listName = foldName(unicodeFromPath(PathUtility::FileNameOf(area.filesList)));
+        const QString indexName = foldName(unicodeFromPath(PathUtility::FileNameOf(area.index)));
+        const auto boardsOwn = [&](const QString& key) {
+            const std::string upper = key.toStdString();
+            return key == listName || key == indexName || matchesPattern(upper, "*.BAK")
+                || matchesPattern(upper, "FILES.*");
+        };
         for (int slot = 0; slot < DirectorySlots; ++slot) {
             const fs::path& directory = area.directories[static_cast<std::size_t>(slot)];
             if (directory.empty() || (slot > 0 && !IsValidPath(directory)))
@@ -178,6 +188,8 @@ std::optional<AreaProblem> BoardReader::readArea(const BoardArea& area, AreaCont
                 return problem(u"its directory %1 cannot be listed: %2"_s.arg(pathText(directory), reasonOf(failure)));
             }
             for (const ListedFile& file : listed) {
+                if (boardsOwn(foldName(file.text)))
+                    continue;
                 fs::path path = directory / file.name;
                 // A file that vanished between the listing and this look is no file of the area.
                 if (const std::optional<FileIdentity> identity = identityOf(path))

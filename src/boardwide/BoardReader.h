@@ -127,7 +127,9 @@ struct AreaContents
     EntryList entries; // in list order, every field as the bytes on disk; empty for a missing list
     bool listExists = false;
     /// The files of the area's directories, each directory in listing order (by name
-    /// ignoring case), slot after slot; filled only when ReadOptions::files is set.
+    /// ignoring case), slot after slot, without the board's own files (the Files List, the
+    /// index, "*.BAK" and "FILES.*", as the scan passes them by); filled only when
+    /// ReadOptions::files is set.
     std::vector<AreaFile> files;
 };
 
