@@ -146,13 +146,15 @@ int main(int argc, char* argv[])
     // A closed output pipe ("kelvane show 1 | head") ends the program quietly.
     std::signal(SIGPIPE, SIG_IGN);
     const bool interactive = ::isatty(STDIN_FILENO) != 0;
+    const bool errorIsTerminal = ::isatty(STDERR_FILENO) != 0;
 #else
     const bool interactive = false;
+    const bool errorIsTerminal = false;
 #endif
     try {
         if (startsDesktop(argc, argv))
             return runDesktop(argc, argv);
-        Kelvane::CommandContext context { std::cout, std::cerr, std::cin, interactive };
+        Kelvane::CommandContext context { std::cout, std::cerr, std::cin, interactive, errorIsTerminal };
         const int status = Kelvane::runCommandLine(argc, argv, context);
         std::cout.flush();
         return status;

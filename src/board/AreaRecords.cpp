@@ -111,7 +111,9 @@ AreaRecord AreaRecordFormat::decode(std::string_view data, int number)
     return record;
 }
 
-std::vector<AreaRecord> AreaRecordFormat::readFile(const fs::path& file)
+namespace {
+
+std::string readRecordFile(const fs::path& file)
 {
     std::error_code error;
     if (!fs::is_regular_file(file, error)) {
@@ -121,6 +123,38 @@ std::vector<AreaRecord> AreaRecordFormat::readFile(const fs::path& file)
     std::string data((std::istreambuf_iterator<char>(stream)), std::istreambuf_iterator<char>());
     if (!stream.good() && !stream.eof())
         throw RunTimeError::areaRecords(u"Unable to read "_s + unicodeFromPath(file));
+    return data;
+}
+
+} // namespace
+
+std::vector<AreaRecordFormat::RecordRead> AreaRecordFormat::readEach(const fs::path& file)
+{
+    const std::string data = readRecordFile(file);
+    std::vector<RecordRead> records;
+    records.reserve(data.size() / AreaRecord::Size + 1);
+    for (std::size_t at = 0; at < data.size(); at += AreaRecord::Size) {
+        const int number = static_cast<int>(at / AreaRecord::Size) + 1;
+        RecordRead& read = records.emplace_back();
+        if (data.size() - at < static_cast<std::size_t>(AreaRecord::Size)) {
+            read.damage = damaged(u"record %1 is cut short: %2 of its %3 bytes"_s.arg(number)
+                                      .arg(data.size() - at)
+                                      .arg(AreaRecord::Size))
+                              .description();
+            continue;
+        }
+        try {
+            read.record = decode(std::string_view(data).substr(at, AreaRecord::Size), number);
+        } catch (const RunTimeError& error) {
+            read.damage = error.description();
+        }
+    }
+    return records;
+}
+
+std::vector<AreaRecord> AreaRecordFormat::readFile(const fs::path& file)
+{
+    const std::string data = readRecordFile(file);
     if (data.size() % AreaRecord::Size != 0) {
         throw damaged(u"its size, %1 bytes, is not a whole number of %2-byte area records"_s.arg(data.size())
                           .arg(AreaRecord::Size));
@@ -177,7 +211,17 @@ void AreaRecordSet::OpenAreas(const fs::path& mainNode)
     if (!file) {
         throw RunTimeError::areaRecords(u"Unable to find "_s + unicodeFromPath(mainNode / "Mwork" / "Farea.dat"));
     }
-    m_records = AreaRecordFormat::readFile(*file);
+    m_damage.clear();
+    if (!m_toleratesDamage) {
+        m_records = AreaRecordFormat::readFile(*file);
+        return;
+    }
+    std::vector<AreaRecord> records;
+    for (AreaRecordFormat::RecordRead& read : AreaRecordFormat::readEach(*file)) {
+        records.push_back(read.record ? std::move(*read.record) : AreaRecord {});
+        m_damage.push_back(read.damage);
+    }
+    m_records = std::move(records);
 }
 
 int AreaRecordSet::AreaCount() const
@@ -191,6 +235,11 @@ void AreaRecordSet::SelectArea(int number)
         throw RunTimeError::areaRecords(
             u"Area record %1 does not exist; the board has %2 area records"_s.arg(number).arg(AreaCount()));
     }
+    const QString damage = static_cast<std::size_t>(number) <= m_damage.size()
+        ? m_damage[static_cast<std::size_t>(number) - 1]
+        : QString();
+    if (!damage.isEmpty())
+        throw RunTimeError::areaRecords(damage);
     m_selected = number;
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QString>
+
 #include <array>
 #include <cstdint>
 #include <filesystem>
@@ -62,6 +64,17 @@ std::string encode(const AreaRecord& record);
 AreaRecord decode(std::string_view data, int number);
 /// Every record of the file at path; a damaged or unreadable file raises RunTimeError.
 std::vector<AreaRecord> readFile(const std::filesystem::path& file);
+
+/// One record of the file as read alone: the record, or what is wrong with it.
+struct RecordRead
+{
+    std::optional<AreaRecord> record;
+    QString damage; // empty when record holds the record
+};
+/// Every record of the file at path, each decoded on its own, so a damaged record costs only
+/// its own area; a short piece at the end counts as one damaged record. An unreadable file
+/// raises RunTimeError.
+std::vector<RecordRead> readEach(const std::filesystem::path& file);
 } // namespace AreaRecordFormat
 
 /// <main node>/Mwork/Farea.dat whatever the case of its two names: the exact spelling wins,
@@ -74,6 +87,11 @@ std::optional<std::filesystem::path> findFareaFile(const std::filesystem::path& 
 class AreaRecordSet
 {
 public:
+    /// Off (the default), one damaged record refuses the whole file, as the board library
+    /// does. On, a run over many areas opens the file whole and only selecting a damaged
+    /// record raises its error, so the other areas are still done.
+    void setToleratesDamage(bool tolerates) { m_toleratesDamage = tolerates; }
+
     void OpenAreas(const std::filesystem::path& mainNode);
     int AreaCount() const;
     void SelectArea(int number);
@@ -98,7 +116,9 @@ private:
     const AreaRecord& current() const;
 
     std::optional<std::vector<AreaRecord>> m_records;
+    std::vector<QString> m_damage; // per record when damage is tolerated; empty text for a sound one
     int m_selected = 0;
+    bool m_toleratesDamage = false;
 };
 
 /// The board library's path utility.

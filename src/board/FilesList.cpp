@@ -238,11 +238,9 @@ std::optional<fs::path> backupPathOf(const fs::path& filesList)
     return fs::path(text.substr(0, at) + fs::path("FILES.BAK").native());
 }
 
-namespace {
-
-// The Files List's bytes; an error when it is not an ordinary file. Opened without
-// blocking, so a FIFO of that name is refused at once instead of waiting for a writer.
-std::string readListBytes(const fs::path& path)
+// Opened without blocking, so a FIFO of that name is refused at once instead of waiting
+// for a writer.
+std::string readFilesListBytes(const fs::path& path)
 {
 #ifdef _WIN32
     std::ifstream stream(path, std::ios::binary);
@@ -287,6 +285,8 @@ std::string readListBytes(const fs::path& path)
 #endif
 }
 
+namespace {
+
 bool pathExists(const fs::path& path)
 {
     std::error_code error;
@@ -310,7 +310,7 @@ std::vector<Entry> readList(Session& session)
             throwFileError(errno ? errno : EACCES, path, "create");
     }
     ListStamp stamp = stampOf(path);
-    const std::string data = readListBytes(path);
+    const std::string data = readFilesListBytes(path);
     stamp.hash = hashOf(data);
     session.listStamp = stamp;
     FileLookup lookup(page);

@@ -70,6 +70,10 @@ std::pair<std::string_view, std::string_view> splitDescriptionLine(std::string_v
 /// "FILES.BAK"; nothing for a list of another name.
 std::optional<std::filesystem::path> backupPathOf(const std::filesystem::path& filesList);
 
+/// The bytes of the Files List at path; a filesystem_error when it cannot be read or is not
+/// an ordinary file.
+std::string readFilesListBytes(const std::filesystem::path& path);
+
 /// Reads the current area's Files List into entries (a missing list is created empty) and
 /// sets FileCount and ListIsEmpty. A read that fails leaves entries empty, so an empty list
 /// can never be saved over a good one.

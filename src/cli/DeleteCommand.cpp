@@ -24,7 +24,12 @@ public:
 
     int run(CommandContext& context) override
     {
-        EditSession edit(context, m_options);
+        return runEditCommand(context, m_options, [&](EditSession& edit) { return deleteIn(edit, context); });
+    }
+
+private:
+    int deleteIn(EditSession& edit, CommandContext& context)
+    {
         edit.selectNamed(false);
         if (!edit.table().anySelected())
             return edit.finish();
@@ -45,7 +50,6 @@ public:
         return edit.finish();
     }
 
-private:
     // Only says which files the look-up finds: nothing is deleted or removed.
     static int dryRun(EditSession& edit, CommandContext& context)
     {

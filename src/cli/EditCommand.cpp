@@ -17,26 +17,77 @@ namespace Kelvane {
 
 void addEditOptions(CLI::App& command, EditOptions& options, NameArguments names, bool dryRun)
 {
-    command.add_option("AREA", options.area, "the area's record number or its exact title")->required();
-    if (names != NameArguments::None) {
-        CLI::Option* option = command.add_option("NAME", options.names, "entries of the Files List (any case)");
-        if (names == NameArguments::Required)
-            option->required();
-    }
+    addAreaOptions(command, options.areas, names == NameArguments::None ? nullptr : &options.names,
+                   names == NameArguments::Required);
     addMainNodeOption(command, options.mainNode);
     command.add_flag("--yes", options.yes, "answer OK or Yes to every question");
     if (dryRun)
         command.add_flag("--dry-run", options.dryRun, "print what would be done and change nothing");
 }
 
-EditSession::EditSession(CommandContext& context, const EditOptions& options)
+EditSession::EditSession(CommandContext& context,
+                         const EditOptions& options,
+                         BoardSession& board,
+                         int number,
+                         bool single)
     : m_context(context)
     , m_options(options)
-    , m_board(context, options.mainNode, options.yes)
+    , m_board(board)
+    , m_single(single)
 {
     m_board.port().setShowProgress(context.interactive);
-    m_table.reset(m_board.loadArea(options.area));
+    m_table.reset(m_board.loadArea(number));
     m_before = m_table.entries();
+}
+
+int runEditCommand(CommandContext& context,
+                   const EditOptions& options,
+                   const std::function<int(EditSession& edit)>& perArea)
+{
+    BoardSession board(context, options.mainNode, options.yes);
+    AreaRun run(context, board, options.areas.selection());
+    Session& session = board.session();
+    // The names no area held so far; the first area's unknown names start it.
+    std::optional<std::vector<std::string>> unknown;
+    run.forEach([&](int number) {
+        const std::vector<int> queuedBefore = session.makeIndexList;
+        try {
+            EditSession edit(context, options, board, number, run.single());
+            const int status = perArea(edit);
+            std::vector<std::string> still;
+            for (const std::string& name : edit.unknownNames()) {
+                if (!unknown || std::find(unknown->begin(), unknown->end(), name) != unknown->end())
+                    still.push_back(name);
+            }
+            unknown = std::move(still);
+            if (session.ChangesMade && !options.dryRun)
+                session.makeIndexList = queuedBefore; // not saved: nothing to index
+            return status;
+        } catch (...) {
+            session.makeIndexList = queuedBefore;
+            throw;
+        }
+    });
+    if (!run.single() && unknown) {
+        for (const std::string& name : *unknown)
+            context.err << "kelvane: " << name << " is in none of these areas' Files Lists\n";
+        if (!unknown->empty())
+            run.setFailed();
+    }
+    session.IndexPending = !session.makeIndexList.empty();
+    if (session.IndexPending && !options.dryRun) {
+        // The desktop program asks this at its end; a command ends the same way.
+        if (session.ShowAlert("MakeIndex")) {
+            Make_Index_File(session);
+        } else {
+            QStringList numbers;
+            for (const int number : session.makeIndexList)
+                numbers.append(QString::number(number));
+            context.err << "The index files were not rebuilt; kelvane index " << numbers.join(u' ').toStdString()
+                        << " rebuilds them later.\n";
+        }
+    }
+    return run.failed() ? ExitFailed : ExitDone;
 }
 
 void EditSession::selectNamed(bool allEntriesByDefault)
@@ -66,8 +117,10 @@ void EditSession::selectNamed(bool allEntriesByDefault)
 int EditSession::finish()
 {
     Session& session = m_board.session();
-    for (const std::string& name : m_unknownNames)
-        m_context.err << "kelvane: " << name << " is not in the Files List\n";
+    if (m_single) {
+        for (const std::string& name : m_unknownNames)
+            m_context.err << "kelvane: " << name << " is not in the Files List\n";
+    }
     if (m_options.dryRun) {
         printChanges();
     } else if (session.ChangesMade) {
@@ -76,24 +129,7 @@ int EditSession::finish()
         else
             session.ChangesMade = false;
     }
-    if (session.IndexPending && !m_options.dryRun)
-        rebuildPendingIndexes();
-    return m_failed || !m_unknownNames.empty() ? ExitFailed : ExitDone;
-}
-
-// The desktop program asks this at its end; a command ends the same way.
-void EditSession::rebuildPendingIndexes()
-{
-    Session& session = m_board.session();
-    if (session.ShowAlert("MakeIndex")) {
-        Make_Index_File(session);
-        return;
-    }
-    QStringList numbers;
-    for (const int number : session.makeIndexList)
-        numbers.append(QString::number(number));
-    m_context.err << "The index files were not rebuilt; kelvane index " << numbers.join(u' ').toStdString()
-                  << " rebuilds them later.\n";
+    return m_failed || (m_single && !m_unknownNames.empty()) ? ExitFailed : ExitDone;
 }
 
 void EditSession::printChanges()

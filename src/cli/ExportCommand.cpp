@@ -1,4 +1,5 @@
 #include "cli/Commands.h"
+#include "cli/Json.h"
 
 #include "board/BasicText.h"
 #include "platform/CodePage.h"
@@ -35,10 +36,14 @@ std::string csvField(const std::string& text)
 
 // One row per entry under a header; rows end with CR LF, a description's lines are joined
 // with LF inside their field.
-void printCsv(std::ostream& out, const EntryList& entries, const CodePage& page)
+// Over many areas each row starts with its area's number.
+void printCsv(std::ostream& out, const EntryList& entries, const CodePage& page, int area, bool header)
 {
-    out << "name,size,date,description\r\n";
+    if (header)
+        out << (area ? "area," : "") << "name,size,date,description\r\n";
     for (const Entry& entry : entries) {
+        if (area)
+            out << area << ',';
         std::string description;
         const std::vector<std::string> lines = descriptionLines(entry.Description);
         for (std::size_t i = 0; i < lines.size(); ++i)
@@ -54,7 +59,7 @@ public:
     CLI::App* setUp(CLI::App& parent) override
     {
         CLI::App* command = parent.add_subcommand("export", "an area's entries as JSON, CSV or the Files List's text");
-        command->add_option("AREA", m_area, "the area's record number or its exact title")->required();
+        addAreaOptions(*command, m_areas, nullptr, false);
         addMainNodeOption(*command, m_mainNode);
         command->add_option("--format", m_format, "json (as \"show --json\"), csv, or text (the Files List as read)")
             ->required()
@@ -68,29 +73,40 @@ public:
         // Without a terminal every box gets the answer that changes nothing: export asks nothing.
         CommandContext quiet { context.out, context.err, context.in, false };
         BoardSession board(quiet, m_mainNode, false);
-        board.chooseArea(m_area);
+        AreaRun run(quiet, board, m_areas.selection());
         Session& session = board.session();
         const CodePage& page = board.codePage();
-        const fs::path& list = session.area.FileListPath;
-        std::error_code ignored;
-        const bool listed = fs::exists(fs::symlink_status(list, ignored)); // a missing list is not created
-
         std::ostringstream document;
-        if (m_format == "text") {
-            document << terminalText(page, listed ? readList(list) : std::string());
-        } else {
-            EntryList entries;
-            if (listed && !Load_fEditFileArealsv(session, entries))
-                throw CommandError(unreadable(list));
-            if (m_format == "json")
-                printAreaJson(document, session.area, entries, page);
-            else
-                printCsv(document, entries, page);
-        }
+        JsonList json(document, !run.single());
+        bool first = true;
+        run.forEach([&](int number) {
+            board.chooseArea(number);
+            const fs::path& list = session.area.FileListPath;
+            std::error_code ignored;
+            const bool listed = fs::exists(fs::symlink_status(list, ignored)); // a missing list is not created
+            if (m_format == "text") {
+                document << terminalText(page, listed ? readList(list) : std::string());
+            } else {
+                EntryList entries;
+                if (listed && !Load_fEditFileArealsv(session, entries))
+                    throw CommandError(unreadable(list));
+                if (m_format == "json")
+                    json.add([&](std::ostream& out) { printAreaJson(out, session.area, entries, page); });
+                else
+                    printCsv(document, entries, page, run.single() ? 0 : number, first);
+            }
+            first = false;
+            return ExitDone;
+        });
+        if (m_format == "json")
+            json.finish();
+        // A run that skipped an area writes no file: a partial list is no list.
+        if (run.failed() && m_output && *m_output != "-")
+            return ExitFailed;
 
         if (!m_output || *m_output == "-") {
             context.out << document.str();
-            return ExitDone;
+            return run.failed() ? ExitFailed : ExitDone;
         }
         const fs::path target = pathFromUnicode(QString::fromStdString(*m_output));
         try {
@@ -120,7 +136,7 @@ private:
         return bytes;
     }
 
-    std::string m_area;
+    AreaOptions m_areas;
     std::optional<std::string> m_mainNode;
     std::string m_format;
     std::optional<std::string> m_output;

@@ -22,7 +22,7 @@ public:
     CLI::App* setUp(CLI::App& parent) override
     {
         CLI::App* command = parent.add_subcommand("index", "rebuild the index files of the areas");
-        command->add_option("AREA", m_areas, "record numbers or exact titles")->required();
+        addAreaOptions(*command, m_areas, nullptr, false);
         addMainNodeOption(*command, m_mainNode);
         command->add_flag("--yes", m_yes, "answer OK or Yes to every question");
         command->add_flag("--dry-run", m_dryRun, "print which index files would be rebuilt");
@@ -32,19 +32,24 @@ public:
     int run(CommandContext& context) override
     {
         BoardSession board(context, m_mainNode, m_yes);
-        const std::vector<AreaRecord> records = board.records();
+        const AreaSet set = board.areaSet(m_areas.selection());
         const CodePage& page = board.codePage();
         Session& session = board.session();
+        // Areas named by number or title must have an index; --all and --match take the
+        // areas that have one.
+        const bool quiet = m_areas.all || !m_areas.match.empty();
         bool failed = false;
-        for (const std::string& area : m_areas) {
-            const int number = board.areaNumberOf(records, area);
-            if (number == 0) {
-                context.err << "kelvane: there is no area " << area << " on this board\n";
+        for (const int number : set.numbers) {
+            const BoardArea& area = board.board().area(number);
+            if (!area.record) {
+                context.err << "kelvane: " << AreaProblem { number, {}, u"its record in Farea.dat is damaged ("_s + area.damage + u')' }.line(page).toStdString() << '\n';
                 failed = true;
                 continue;
             }
-            const AreaRecord& record = records[static_cast<std::size_t>(number) - 1];
+            const AreaRecord& record = *area.record;
             if (record.index.empty()) {
+                if (quiet)
+                    continue;
                 context.err << "kelvane: area " << number << " (" << terminalText(page, record.title)
                             << ") has no index path; skipped\n";
                 failed = true;
@@ -63,7 +68,7 @@ public:
     }
 
 private:
-    std::vector<std::string> m_areas;
+    AreaOptions m_areas;
     std::optional<std::string> m_mainNode;
     bool m_yes = false;
     bool m_dryRun = false;
@@ -84,14 +89,24 @@ public:
     int run(CommandContext& context) override
     {
         BoardSession board(context, m_options.mainNode, m_options.yes);
-        const EntryList entries = board.loadArea(m_options.area);
-        const AreaCheckReport report = checkArea(board.session(), entries);
-        const CodePage& page = board.codePage();
-        if (m_json)
-            printJson(context.out, report, page);
-        else
-            printText(context.out, report, page);
-        return report.clean() ? ExitDone : ExitFailed;
+        AreaRun run(context, board, m_options.areas.selection());
+        JsonList list(context.out, m_json && !run.single());
+        run.forEach([&](int number) {
+            const EntryList entries = board.loadArea(number);
+            const AreaCheckReport report = checkArea(board.session(), entries);
+            const CodePage& page = board.codePage();
+            const CurrentArea& area = board.session().area;
+            if (m_json) {
+                list.add([&](std::ostream& out) { printJson(out, report, page, run.single() ? nullptr : &area); });
+            } else {
+                if (!run.single())
+                    context.out << "Area " << area.AreaNumber << ": " << terminalText(page, area.AreaTitle) << '\n';
+                printText(context.out, report, page);
+            }
+            return report.clean() ? ExitDone : ExitFailed;
+        });
+        list.finish();
+        return run.failed() ? ExitFailed : ExitDone;
     }
 
 private:
@@ -133,7 +148,11 @@ private:
         mismatches("Dates that differ from the file's:", report.dateMismatches);
     }
 
-    static void printJson(std::ostream& out, const AreaCheckReport& report, const CodePage& page)
+    // Over many areas each report names its area.
+    static void printJson(std::ostream& out,
+                          const AreaCheckReport& report,
+                          const CodePage& page,
+                          const CurrentArea* area)
     {
         JsonWriter json(out);
         const auto names = [&](const char* key, const std::vector<std::string>& list) {
@@ -165,6 +184,12 @@ private:
             json.endArray();
         };
         json.beginObject();
+        if (area) {
+            json.key("number");
+            json.value(static_cast<long long>(area->AreaNumber));
+            json.key("title");
+            json.value(page.toUnicode(area->AreaTitle));
+        }
         json.key("clean");
         json.value(report.clean());
         names("missing_files", report.missingFiles);

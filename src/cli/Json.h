@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include <ostream>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -119,5 +120,48 @@ inline std::string JsonWriter::quoted(const QString& text)
     out += u'"';
     return out.toStdString();
 }
+
+/// The JSON documents of many areas as one list, or, for one area, its document alone: each
+/// document is written by a function of its own and indented into the list.
+class JsonList
+{
+public:
+    JsonList(std::ostream& out, bool many)
+        : m_out(out)
+        , m_many(many)
+    {
+    }
+
+    template<typename Write>
+    void add(const Write& write)
+    {
+        if (!m_many) {
+            write(m_out);
+            return;
+        }
+        std::ostringstream document;
+        write(document);
+        std::string text = document.str();
+        while (!text.empty() && text.back() == '\n')
+            text.pop_back();
+        m_out << (m_count++ == 0 ? "[\n  " : ",\n  ");
+        for (const char ch : text) {
+            m_out << ch;
+            if (ch == '\n')
+                m_out << "  ";
+        }
+    }
+
+    void finish()
+    {
+        if (m_many)
+            m_out << (m_count == 0 ? "[]\n" : "\n]\n");
+    }
+
+private:
+    std::ostream& m_out;
+    bool m_many;
+    int m_count = 0;
+};
 
 } // namespace Kelvane

@@ -19,7 +19,7 @@ public:
             "rewrite",
             "read an area's Files List and write it back in the fixed-column layout: descriptions re-wrapped, long "
             "names written as their short aliases, FILES.BAK kept");
-        command->add_option("AREA", m_area, "the area's record number or its exact title")->required();
+        addAreaOptions(*command, m_areas, nullptr, false);
         addMainNodeOption(*command, m_mainNode);
         command->add_flag("--yes", m_yes, "answer OK or Yes to every question");
         return command;
@@ -28,16 +28,20 @@ public:
     int run(CommandContext& context) override
     {
         BoardSession board(context, m_mainNode, m_yes);
-        const EntryList entries = board.loadArea(m_area);
-        if (!board.save(entries)) {
-            throw CommandError(u"the Files List "_s + unicodeFromPath(board.session().area.FileListPath)
-                               + u" was not saved; the previous list is kept"_s);
-        }
-        return ExitDone;
+        AreaRun run(context, board, m_areas.selection());
+        run.forEach([&](int number) {
+            const EntryList entries = board.loadArea(number);
+            if (!board.save(entries)) {
+                throw CommandError(u"the Files List "_s + unicodeFromPath(board.session().area.FileListPath)
+                                   + u" was not saved; the previous list is kept"_s);
+            }
+            return ExitDone;
+        });
+        return run.failed() ? ExitFailed : ExitDone;
     }
 
 private:
-    std::string m_area;
+    AreaOptions m_areas;
     std::optional<std::string> m_mainNode;
     bool m_yes = false;
 };

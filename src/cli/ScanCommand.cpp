@@ -1,7 +1,10 @@
 #include "cli/Commands.h"
 #include "cli/EditCommand.h"
 
+#include "board/Alerts.h"
 #include "editor/FileScan.h"
+
+#include <algorithm>
 
 #include <CLI/CLI.hpp>
 
@@ -18,26 +21,72 @@ public:
             "scan", "add an entry for every file of the area's directories that the Files List does not hold yet");
         addEditOptions(*command, m_options, NameArguments::None);
         command->add_flag("--real-dates", m_realDates, "date new entries by their files, not today");
+        command->add_option("--exclude", m_exclude, "leave out the files whose name matches GLOB (repeatable)")
+            ->type_name("GLOB");
         return command;
     }
 
     int run(CommandContext& context) override
     {
-        EditSession edit(context, m_options);
-        edit.session().RealFileDates = m_realDates;
-        const std::size_t before = edit.table().size();
-        mnuFileScan_Click(edit.session(), edit.table());
-        edit.board().port().endProgress();
-        if (!m_options.dryRun) {
-            for (std::size_t i = before; i < edit.table().size(); ++i)
-                context.out << "added " << terminalText(edit.codePage(), edit.table().at(i).FileName) << '\n';
-        }
-        return edit.finish();
+        const auto leaveOut = [this](const QString& name) {
+            return std::any_of(m_exclude.begin(), m_exclude.end(),
+                               [&](const std::string& glob) { return matchesGlob(name, QString::fromStdString(glob)); });
+        };
+        return runEditCommand(context, m_options, [&](EditSession& edit) {
+            Session& session = edit.session();
+            session.RealFileDates = m_realDates;
+            const std::size_t before = edit.table().size();
+            // Over many areas the scan runs unattended: a line per area says what it found
+            // instead of a box for every area without new files.
+            QuietPort quiet(session.port(), alertFor("NoNewFilesFound", {})->box);
+            if (!edit.single())
+                session.setPort(quiet);
+            mnuFileScan_Click(session, edit.table(), m_exclude.empty() ? std::function<bool(const QString&)>() : leaveOut);
+            session.setPort(edit.board().port());
+            edit.board().port().endProgress();
+            const std::size_t added = edit.table().size() - before;
+            if (!m_options.dryRun) {
+                for (std::size_t i = before; i < edit.table().size(); ++i)
+                    context.out << "added " << terminalText(edit.codePage(), edit.table().at(i).FileName) << '\n';
+            }
+            const int status = edit.finish();
+            if (!edit.single()) {
+                context.out << "area " << session.area.AreaNumber << " (" << terminalText(edit.codePage(), session.area.AreaTitle)
+                            << "): " << (added == 0 ? std::string("no") : std::to_string(added))
+                            << (added == 1 ? " new file" : " new files") << (m_options.dryRun && added > 0 ? " would be added" : "")
+                            << '\n';
+            }
+            return status;
+        });
     }
 
 private:
+    // Passes every box on but one.
+    class QuietPort : public UserPort
+    {
+    public:
+        QuietPort(UserPort& inner, MessageBox skipped)
+            : m_inner(inner)
+            , m_skipped(std::move(skipped))
+        {
+        }
+        Answer messageBox(const MessageBox& box) override
+        {
+            return box == m_skipped ? Answer::Ok : m_inner.messageBox(box);
+        }
+        void processEvents() override { m_inner.processEvents(); }
+        void setBusy(bool busy) override { m_inner.setBusy(busy); }
+        void progressText(ProgressLine line, const QString& text) override { m_inner.progressText(line, text); }
+        void progressValue(qint64 value, qint64 maximum) override { m_inner.progressValue(value, maximum); }
+
+    private:
+        UserPort& m_inner;
+        MessageBox m_skipped;
+    };
+
     EditOptions m_options;
     bool m_realDates = false;
+    std::vector<std::string> m_exclude;
 };
 
 } // namespace

@@ -36,14 +36,15 @@ public:
 
     int run(CommandContext& context) override
     {
-        EditSession edit(context, m_options);
-        edit.selectNamed(m_names == NameArguments::Optional);
-        if (edit.table().anySelected()) {
-            m_operation(edit.session(), edit.table());
-            if (edit.table().anySelected())
-                edit.setFailed();
-        }
-        return edit.finish();
+        return runEditCommand(context, m_options, [&](EditSession& edit) {
+            edit.selectNamed(m_names == NameArguments::Optional);
+            if (edit.table().anySelected()) {
+                m_operation(edit.session(), edit.table());
+                if (edit.table().anySelected())
+                    edit.setFailed();
+            }
+            return edit.finish();
+        });
     }
 
 private:
@@ -69,20 +70,21 @@ public:
 
     int run(CommandContext& context) override
     {
-        EditSession edit(context, m_options);
-        const bool both = !m_dates && !m_sizes;
-        for (const auto& [wanted, operation] : { std::pair { m_dates || both, &mnuFileDate_Click },
-                                                 std::pair { m_sizes || both, &mnuFileLength_Click } }) {
-            if (!wanted)
-                continue;
-            edit.selectNamed(true);
-            if (edit.table().anySelected())
-                operation(edit.session(), edit.table());
-            if (edit.table().anySelected())
-                edit.setFailed();
-            edit.table().clearSelection();
-        }
-        return edit.finish();
+        return runEditCommand(context, m_options, [&](EditSession& edit) {
+            const bool both = !m_dates && !m_sizes;
+            for (const auto& [wanted, operation] : { std::pair { m_dates || both, &mnuFileDate_Click },
+                                                     std::pair { m_sizes || both, &mnuFileLength_Click } }) {
+                if (!wanted)
+                    continue;
+                edit.selectNamed(true);
+                if (edit.table().anySelected())
+                    operation(edit.session(), edit.table());
+                if (edit.table().anySelected())
+                    edit.setFailed();
+                edit.table().clearSelection();
+            }
+            return edit.finish();
+        });
     }
 
 private:

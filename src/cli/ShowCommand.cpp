@@ -19,7 +19,7 @@ public:
     CLI::App* setUp(CLI::App& parent) override
     {
         CLI::App* command = parent.add_subcommand("show", "an area's Files List entries as read");
-        command->add_option("AREA", m_area, "the area's record number or its exact title")->required();
+        addAreaOptions(*command, m_areas, nullptr, false);
         addMainNodeOption(*command, m_mainNode);
         command->add_flag("--yes", m_yes, "answer OK or Yes to every question");
         command->add_flag("--json", m_json, "print one JSON object");
@@ -29,14 +29,23 @@ public:
     int run(CommandContext& context) override
     {
         BoardSession board(context, m_mainNode, m_yes);
-        const EntryList entries = board.loadArea(m_area);
-        const CurrentArea& area = board.session().area;
-        const CodePage& page = board.codePage();
-        if (m_json) {
-            printAreaJson(context.out, area, entries, page);
+        AreaRun run(context, board, m_areas.selection());
+        JsonList list(context.out, m_json && !run.single());
+        run.forEach([&](int number) {
+            const EntryList entries = board.loadArea(number);
+            if (m_json)
+                list.add([&](std::ostream& out) { printAreaJson(out, board.session().area, entries, board.codePage()); });
+            else
+                print(context.out, board.session().area, entries, board.codePage());
             return ExitDone;
-        }
-        std::ostream& out = context.out;
+        });
+        list.finish();
+        return run.failed() ? ExitFailed : ExitDone;
+    }
+
+private:
+    static void print(std::ostream& out, const CurrentArea& area, const EntryList& entries, const CodePage& page)
+    {
         out << "Area " << area.AreaNumber << ": " << terminalText(page, area.AreaTitle) << "  ("
             << terminalText(area.FileListPath) << ")\n";
         if (entries.empty())
@@ -51,11 +60,9 @@ public:
             for (std::size_t i = 1; i < lines.size(); ++i)
                 out << std::string(34, ' ') << terminalText(page, lines[i]) << '\n';
         }
-        return ExitDone;
     }
 
-private:
-    std::string m_area;
+    AreaOptions m_areas;
     std::optional<std::string> m_mainNode;
     bool m_yes = false;
     bool m_json = false;

@@ -33,8 +33,14 @@ public:
     // sizes and dates ascending.
     int run(CommandContext& context) override
     {
-        EditSession edit(context, m_options);
+        return runEditCommand(context, m_options, [&](EditSession& edit) { return sortIn(edit); });
+    }
+
+private:
+    int sortIn(EditSession& edit)
+    {
         Session& session = edit.session();
+        session.SortToggle = false; // every area is sorted as a first opening of the sort view would
         if (edit.table().empty()) {
             session.ShowAlert("NoFilesToSort");
             return edit.finish();
@@ -49,7 +55,6 @@ public:
         return edit.finish();
     }
 
-private:
     EditOptions m_options;
     std::string m_by;
     bool m_descending = false;
@@ -69,7 +74,12 @@ public:
 
     int run(CommandContext& context) override
     {
-        EditSession edit(context, m_options);
+        return runEditCommand(context, m_options, [&](EditSession& edit) { return moveFrom(edit, context); });
+    }
+
+private:
+    int moveFrom(EditSession& edit, CommandContext& context)
+    {
         edit.selectNamed(false);
         Session& session = edit.session();
         const int target = targetNumber(edit);
@@ -99,7 +109,6 @@ public:
         return edit.finish();
     }
 
-private:
     int targetNumber(EditSession& edit)
     {
         const int number = edit.board().areaNumberOf(edit.board().records(), m_target);

@@ -27,9 +27,10 @@ namespace {
 class FileScan
 {
 public:
-    FileScan(Session& session, EntryTable& table)
+    FileScan(Session& session, EntryTable& table, const std::function<bool(const QString&)>& leaveOut)
         : m_session(session)
         , m_table(table)
+        , m_leaveOut(leaveOut)
         , m_page(session.codePage())
         , m_port(session.port())
     {
@@ -90,7 +91,7 @@ private:
             if (upper == m_skipList || upper == m_skipIndex || matchesPattern(upper.toStdString(), "*.BAK")
                 || matchesPattern(upper.toStdString(), "FILES.*"))
                 continue;
-            if (m_listed.contains(upper))
+            if (m_listed.contains(upper) || (m_leaveOut && m_leaveOut(upper)))
                 continue;
             // A name the code page cannot hold is listed as its short alias, which can.
             QString listedName = upper;
@@ -136,6 +137,7 @@ private:
 
     Session& m_session;
     EntryTable& m_table;
+    const std::function<bool(const QString&)>& m_leaveOut;
     const CodePage& m_page;
     UserPort& m_port;
     fs::path m_work;
@@ -147,9 +149,11 @@ private:
 
 } // namespace
 
-std::size_t mnuFileScan_Click(Session& session, EntryTable& table)
+std::size_t mnuFileScan_Click(Session& session,
+                              EntryTable& table,
+                              const std::function<bool(const QString& upperName)>& leaveOut)
 {
-    return FileScan(session, table).run();
+    return FileScan(session, table, leaveOut).run();
 }
 
 } // namespace Kelvane

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <QString>
+
 #include <cstddef>
+#include <functional>
 
 namespace Kelvane {
 
@@ -10,7 +13,10 @@ class Session;
 /// Walks every directory of the current area and appends an entry for each file the list
 /// does not hold yet, its description taken from the archive's FILE_ID.DIZ. Progress and
 /// the stop button go through the session's port; SearchCancel stops the walk between files.
-/// Returns the number of entries added.
-std::size_t mnuFileScan_Click(Session& session, EntryTable& table);
+/// Returns the number of entries added. A file whose upper-case name leaveOut answers true
+/// for is not added (the command line's --exclude).
+std::size_t mnuFileScan_Click(Session& session,
+                              EntryTable& table,
+                              const std::function<bool(const QString& upperName)>& leaveOut = {});
 
 } // namespace Kelvane

@@ -1,0 +1,115 @@
+// The board-wide reader on a board of 100 areas of 10,000 entries each (a million entries):
+// the time to read every Files List, the peak memory of the run, and, with --files, the
+// time to list the areas' million files as well.
+
+#include "BenchSupport.h"
+
+#include "boardwide/BoardReader.h"
+
+#include <QTemporaryDir>
+
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <string>
+#include <sys/resource.h>
+
+using namespace Kelvane;
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr int AreaCount = 100;
+constexpr int EntriesPerArea = 10000;
+
+// Every list written straight by the Files List writer; with files, each entry's file too.
+fs::path buildBoard(const fs::path& root, bool files)
+{
+    const fs::path node = root / "board";
+    BoardTool::init(node);
+    for (int area = 1; area <= AreaCount; ++area) {
+        const fs::path directory = root / "areas" / ("A" + std::to_string(area));
+        fs::create_directories(directory);
+        EntryList entries;
+        entries.reserve(EntriesPerArea);
+        for (int i = 0; i < EntriesPerArea; ++i) {
+            char name[16];
+            std::snprintf(name, sizeof name, "F%03d%04d.ZIP", area, i);
+            entries.push_back({ name, " " + std::to_string(1000 + i), "05-17-96",
+                                "A file of the bench board, number " + std::to_string(i)
+                                    + "\r\nwith a second line of description\r\n" });
+            if (files)
+                std::ofstream(directory / name).put('x');
+        }
+        std::ofstream list(directory / "FILES.LST", std::ios::binary);
+        FilesListFormat::format(entries, {}, [&](std::string_view bytes) {
+            list.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+        });
+        AreaRecord record;
+        record.title = "Area " + std::to_string(area);
+        record.path = directory.string();
+        record.filesList = (directory / "FILES.LST").string();
+        BoardTool::add(node, record);
+    }
+    return node;
+}
+
+class Counter : public AreaVisitor
+{
+public:
+    void areaRead(AreaContents& contents) override
+    {
+        entries += contents.entries.size();
+        files += contents.files.size();
+    }
+    void areaSkipped(const AreaProblem&) override { ++skipped; }
+
+    std::size_t entries = 0;
+    std::size_t files = 0;
+    int skipped = 0;
+};
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    const bool withFiles = argc > 1 && std::strcmp(argv[1], "--files") == 0;
+    QTemporaryDir temporary;
+    const fs::path root = temporary.path().toStdString();
+    std::printf("Building a board of %d areas x %d entries%s...\n", AreaCount, EntriesPerArea,
+                withFiles ? " with their files" : "");
+    const fs::path node = buildBoard(root, withFiles);
+
+    const CodePage& page = CodePage::windows1252();
+    std::vector<int> all;
+    for (int number = 1; number <= AreaCount; ++number)
+        all.push_back(number);
+    bool pass = true;
+    Counter counted;
+    const double lists = Bench::medianSeconds(3, [&] {
+        const Board board = Board::open(node, page);
+        BoardReader reader(board);
+        counted = Counter();
+        reader.read(all, counted);
+    });
+    if (counted.entries != static_cast<std::size_t>(AreaCount) * EntriesPerArea || counted.skipped != 0) {
+        std::printf("read %zu entries, skipped %d areas: wrong\n", counted.entries, counted.skipped);
+        return 1;
+    }
+    pass &= Bench::report("every Files List of 1,000,000 entries", lists * 1000, 2000, "ms");
+    if (withFiles) {
+        const double listed = Bench::medianSeconds(3, [&] {
+            const Board board = Board::open(node, page);
+            BoardReader reader(board, { .entries = true, .files = true });
+            counted = Counter();
+            reader.read(all, counted);
+        });
+        pass &= Bench::report("the lists and 1,000,000 files listed", listed * 1000, 2000, "ms");
+    }
+    struct rusage usage
+    {
+    };
+    getrusage(RUSAGE_SELF, &usage);
+    pass &= Bench::report("peak memory of the run", static_cast<double>(usage.ru_maxrss) / 1024, 150, "MB");
+    return Bench::finish(pass);
+}
