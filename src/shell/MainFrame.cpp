@@ -417,6 +417,8 @@ bool MainFrame::openEditor(const QString& title)
     m_toolBar1->hide();
     m_toolBar2->show();
     m_toolBar3->show();
+    // The editor's own status bar stands in for the frame's while an area is open.
+    m_statusBar1->hide();
     m_statusBar2->show();
     installEditorMenus(true);
     window->showMaximized();

@@ -75,6 +75,7 @@ TEST_F(MainFrameTest, TheAreaBoxSwitchesAreasAndAFailedSwitchLeavesNoEditor)
     EXPECT_EQ(box->currentIndex(), 0);
     EXPECT_TRUE(find<QToolBar>(u"tbToolBar3"_s)->isVisible());
     EXPECT_FALSE(find<QToolBar>(u"tbToolBar1"_s)->isVisible());
+    EXPECT_FALSE(find<QStatusBar>(u"sbStatusBar1"_s)->isVisible());
 
     box->setCurrentIndex(second - 1);
     action(u"SwitchArea"_s)->trigger();
@@ -96,6 +97,7 @@ TEST_F(MainFrameTest, TheAreaBoxSwitchesAreasAndAFailedSwitchLeavesNoEditor)
     EXPECT_TRUE(find<QToolBar>(u"tbToolBar1"_s)->isVisible());
     EXPECT_FALSE(find<QToolBar>(u"tbToolBar2"_s)->isVisible());
     EXPECT_FALSE(find<QStatusBar>(u"sbStatusBar2"_s)->isVisible());
+    EXPECT_TRUE(find<QStatusBar>(u"sbStatusBar1"_s)->isVisible());
 }
 
 TEST_F(MainFrameTest, ShutDownOffersMakeIndexAndKeepsTheNormalPlacement)
