@@ -1,8 +1,8 @@
 #include "shell/EditorForm.h"
 
 #include "accessories/AnimationControl.h"
+#include "accessories/AviFiles.h"
 #include "board/BasicText.h"
-#include "board/FileLookup.h"
 #include "board/Session.h"
 #include "editor/Description.h"
 #include "editor/Operations.h"
@@ -313,8 +313,7 @@ void EditorForm::Form_Load()
 void EditorForm::loadAnimation()
 {
     Session& state = session();
-    const auto directory = state.programDirectory() / "AVI";
-    const auto found = FileLookup(state.codePage()).find(directory, "FINDFILE.AVI");
+    const auto found = findAnimation(state.programDirectory(), Animation::FindFile);
     if (found && m_animation->open(unicodeFromPath(*found))) {
         m_animation->setFixedSize(m_animation->sizeHint());
         return;

@@ -85,6 +85,18 @@ TEST_F(OperationFormsTest, MissingSearchAnimationIsReportedAndTheScanGoesOn)
     EXPECT_EQ(table.at(3).FileName, "A4");
 }
 
+TEST_F(OperationFormsTest, AnimationsAreFoundWhateverTheCaseOfTheirNames)
+{
+    const fs::path program = host.board.programDirectory();
+    writeMissingAnimations(program);
+    fs::rename(program / "AVI", program / "avi");
+    fs::rename(program / "avi" / "SEARCH.AVI", program / "avi" / "search.avi");
+    fs::rename(program / "avi" / "FILEMOVE.AVI", program / "avi" / "FileMove.Avi");
+    // No alert comes: the script fails on any box.
+    EXPECT_EQ(FileSearchForm::run(host, table), 4u);
+    EXPECT_EQ(MoveFilesProgressForm::run(host, table, std::chrono::milliseconds(0)), 0u);
+}
+
 TEST_F(OperationFormsTest, CancelMoveStopsBeforeTheNextEntry)
 {
     AreaRecord target = host.board.simpleRecord("target");
