@@ -367,8 +367,7 @@ std::optional<std::filesystem::path> findAnimationFolder(const std::filesystem::
     return findEntry(programDirectory, u"AVI"_s, EntryKind::Folder);
 }
 
-std::optional<std::filesystem::path> findAnimation(const std::filesystem::path& programDirectory,
-                                                   Animation animation)
+std::optional<std::filesystem::path> findAnimation(const std::filesystem::path& programDirectory, Animation animation)
 {
     const std::optional<std::filesystem::path> folder = findAnimationFolder(programDirectory);
     if (!folder)

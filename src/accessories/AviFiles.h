@@ -21,8 +21,7 @@ std::optional<std::filesystem::path> findAnimationFolder(const std::filesystem::
 
 /// The file of an animation in the program's AVI folder, folder and file found whatever the
 /// case of their names; nothing when either is missing.
-std::optional<std::filesystem::path> findAnimation(const std::filesystem::path& programDirectory,
-                                                   Animation animation);
+std::optional<std::filesystem::path> findAnimation(const std::filesystem::path& programDirectory, Animation animation);
 
 /// Writes each animation missing from the program's AVI folder (whatever the case of the names
 /// on disk), making the folder when there is none; one that cannot be written is left out

@@ -44,9 +44,8 @@ std::vector<std::filesystem::path> listDirectoryFiles(const std::filesystem::pat
 /// ordinary file as asked: the exact spelling wins, then the first in sorted order. For the
 /// program's own files; a board's files are found through their directory's listing.
 enum class EntryKind { Folder, File };
-std::optional<std::filesystem::path> findEntry(const std::filesystem::path& directory,
-                                               const QString& name,
-                                               EntryKind kind);
+std::optional<std::filesystem::path>
+findEntry(const std::filesystem::path& directory, const QString& name, EntryKind kind);
 
 /// The file-name part of a path as text.
 QString fileNameText(const std::filesystem::path& path);

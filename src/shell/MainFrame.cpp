@@ -547,9 +547,9 @@ bool MainFrame::openHelp()
     if (file && help.open(unicodeFromPath(*file)))
         return true;
     help.close();
-    m_session.port().messageBox(
-        { u"Kelvane"_s, u"Unable to display Help Contents. There is no Help associated with this project."_s,
-          Buttons::Ok, Icon::Information });
+    m_session.port().messageBox({ u"Kelvane"_s,
+                                  u"Unable to display Help Contents. There is no Help associated with this project."_s,
+                                  Buttons::Ok, Icon::Information });
     return false;
 }
 

@@ -84,13 +84,11 @@ TEST(Accessories, SplashStaysForItsTimeUntilTheFrameIsShown)
     };
     QElapsedTimer timer;
     timer.start();
-    qint64 frameShownAt = 0;
     bool shownOverTheFrame = false;
     showSplash(std::chrono::milliseconds(120), [&] {
-        frameShownAt = timer.elapsed();
+        EXPECT_GE(timer.elapsed(), 120);
         shownOverTheFrame = splashShown();
     });
-    EXPECT_GE(frameShownAt, 120);
     EXPECT_TRUE(shownOverTheFrame) << "the screen must never be empty between splash and frame";
     EXPECT_FALSE(splashShown());
 }
@@ -112,7 +110,6 @@ TEST(Accessories, TheProgramDirectoryIsFilledOnTheFirstStartOnly)
     namespace fs = std::filesystem;
     QTemporaryDir temporary;
     const fs::path home = pathFromUnicode(temporary.path()) / "Kelvane";
-    const fs::path help = home / "kelvane_help.html";
     const auto present = [&] {
         QStringList found;
         for (Animation animation : { Animation::FindFile, Animation::Search, Animation::FileMove }) {
@@ -127,15 +124,12 @@ TEST(Accessories, TheProgramDirectoryIsFilledOnTheFirstStartOnly)
     fs::create_directories(home);
     setUpProgramDirectory(home);
     EXPECT_EQ(present(), u"FINDFILE.AVI SEARCH.AVI FILEMOVE.AVI help"_s);
-    HelpWindow window;
-    EXPECT_TRUE(window.open(unicodeFromPath(help)));
 
     // What the operator deletes stays deleted; names in another case still count.
-    fs::remove(help);
+    fs::remove(home / "kelvane_help.html");
     fs::remove(home / "AVI" / "SEARCH.AVI");
     fs::rename(home / "AVI" / "FILEMOVE.AVI", home / "AVI" / "filemove.avi");
     fs::rename(home / "AVI", home / "avi");
     setUpProgramDirectory(home);
     EXPECT_EQ(present(), u"FINDFILE.AVI filemove.avi"_s);
-    EXPECT_FALSE(window.open(unicodeFromPath(help)));
 }

@@ -5,8 +5,8 @@
 #include <QLabel>
 #include <QLocale>
 #include <QMenu>
-#include <QScopeGuard>
 #include <QPlainTextEdit>
+#include <QScopeGuard>
 #include <QStatusBar>
 #include <QTimer>
 
