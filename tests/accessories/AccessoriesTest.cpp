@@ -71,6 +71,15 @@ TEST(Accessories, SupportInfoNamesTheFactsAndCopiesThem)
 
     QTest::mouseClick(box.findChild<QPushButton*>(u"cmdCopy"_s), Qt::LeftButton);
     EXPECT_EQ(QApplication::clipboard()->text(), text);
+
+    // Without KELVANE_HOME, the program's directory is the application's data directory.
+    const QString name = QCoreApplication::applicationName();
+    QCoreApplication::setApplicationName(u"Kelvane"_s);
+    qputenv("XDG_DATA_HOME", home.path().toLocal8Bit());
+    TechSupportBox fallback;
+    qunsetenv("XDG_DATA_HOME");
+    QCoreApplication::setApplicationName(name);
+    EXPECT_TRUE(fallback.findChild<QPlainTextEdit*>()->toPlainText().contains(home.path() + u"/Kelvane\n"_s));
 }
 
 TEST(Accessories, SplashStaysForItsTimeUntilTheFrameIsShown)
