@@ -1,5 +1,4 @@
 #include "accessories/Accessories.h"
-#include "accessories/AviFiles.h"
 #include "board/AreaRecords.h"
 #include "board/Session.h"
 #include "cli/CommandLine.h"
@@ -90,10 +89,7 @@ bool startsDesktop(int argc, const char* const* argv)
 int runDesktop(int argc, char* argv[])
 {
     QApplication application(argc, argv);
-    QApplication::setApplicationName(u"Kelvane"_s);
-    QApplication::setApplicationDisplayName(u"Kelvane"_s);
-    QApplication::setApplicationVersion(u"2.0.0"_s);
-    QApplication::setDesktopFileName(u"kelvane"_s);
+    setApplicationIdentity();
 
     std::optional<OpenRequest> request;
     if (argc > 1) {
@@ -128,13 +124,15 @@ int runDesktop(int argc, char* argv[])
         }
     }
 
-    writeMissingAnimations(directory);
-    showSplash(SplashTime);
-    MainFrame frame(session, port, settings);
-    session.area.MainNodePath = mainNode;
-    frame.showAsSaved();
+    setUpProgramDirectory(directory);
+    std::optional<MainFrame> frame;
+    showSplash(SplashTime, [&] {
+        frame.emplace(session, port, settings);
+        session.area.MainNodePath = mainNode;
+        frame->showAsSaved();
+    });
     if (area != 0)
-        QTimer::singleShot(0, &frame, [&frame, area] { frame.openArea(area); });
+        QTimer::singleShot(0, &*frame, [&frame, area] { frame->openArea(area); });
     return QApplication::exec();
 }
 
@@ -142,6 +140,9 @@ int runDesktop(int argc, char* argv[])
 
 int main(int argc, char* argv[])
 {
+    // The program's directory is the data directory of this name, for the command line too,
+    // which runs without an application object to give it one.
+    QCoreApplication::setApplicationName(u"Kelvane"_s);
 #ifndef _WIN32
     // A closed output pipe ("kelvane show 1 | head") ends the program quietly.
     std::signal(SIGPIPE, SIG_IGN);

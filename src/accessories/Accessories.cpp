@@ -1,5 +1,7 @@
 #include "accessories/Accessories.h"
 
+#include "accessories/AviFiles.h"
+#include "accessories/HelpWindow.h"
 #include "platform/FileNames.h"
 #include "platform/ProgramDirectory.h"
 
@@ -158,7 +160,7 @@ TechSupportBox::TechSupportBox(QWidget* parent)
     layout->addWidget(buttons);
 }
 
-void showSplash(std::chrono::milliseconds duration)
+void showSplash(std::chrono::milliseconds duration, const std::function<void()>& showFrame)
 {
     QSplashScreen splash(splashPixmap());
     splash.setObjectName(u"frmSplash"_s);
@@ -171,7 +173,29 @@ void showSplash(std::chrono::milliseconds duration)
         if (shown.elapsed() < duration.count())
             QThread::msleep(10);
     } while (shown.elapsed() < duration.count());
+    showFrame();
     splash.close();
+}
+
+void setApplicationIdentity()
+{
+    QCoreApplication::setApplicationName(u"Kelvane"_s);
+    QCoreApplication::setApplicationVersion(QString::fromLatin1(KELVANE_VERSION));
+    QGuiApplication::setDesktopFileName(u"kelvane"_s);
+}
+
+void setUpProgramDirectory(const std::filesystem::path& directory)
+{
+    const bool firstStart = !findAnimationFolder(directory);
+    std::error_code error;
+    std::filesystem::create_directories(directory, error);
+    if (error || !firstStart)
+        return;
+    // The help first: the AVI folder marks the start done, so a failure before it is tried
+    // again at the next start.
+    if (!findEntry(directory, HelpWindow::fileName(), EntryKind::File))
+        HelpWindow::writeHelpFile(directory / pathFromUnicode(HelpWindow::fileName()));
+    writeMissingAnimations(directory);
 }
 
 } // namespace Kelvane

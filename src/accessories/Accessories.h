@@ -2,8 +2,8 @@
 
 #include <QDialog>
 #include <chrono>
-
-class QApplication;
+#include <filesystem>
+#include <functional>
 
 namespace Kelvane {
 
@@ -27,7 +27,20 @@ public:
 };
 
 /// Shows the splash screen (frmSplash) for duration, letting the event loop run while it
-/// waits, and closes it.
-void showSplash(std::chrono::milliseconds duration);
+/// waits, then runs showFrame (which loads and shows the main frame) and only then closes the
+/// splash, so the screen is never empty between the two.
+void showSplash(std::chrono::milliseconds duration, const std::function<void()>& showFrame);
+
+/// The desktop program's name, version and desktop entry. No display name is set: on X11 and
+/// Wayland Qt appends a set display name to every window title (" — Kelvane"), and the
+/// titles of the frame and of every box are the program's own texts, exactly.
+void setApplicationIdentity();
+
+/// Makes the program's directory when it is missing and, on the desktop program's first start
+/// there, writes the animations and the help into it. The first start is told by the AVI
+/// folder (found whatever its case): only this writes it, and the command line, which also
+/// makes the directory for its error log, never does. A file the operator deleted later
+/// stays missing, so its form shows its alert.
+void setUpProgramDirectory(const std::filesystem::path& directory);
 
 } // namespace Kelvane

@@ -362,17 +362,30 @@ QByteArray animationBytes(Animation animation)
     return aviOf(frames);
 }
 
+std::optional<std::filesystem::path> findAnimationFolder(const std::filesystem::path& programDirectory)
+{
+    return findEntry(programDirectory, u"AVI"_s, EntryKind::Folder);
+}
+
+std::optional<std::filesystem::path> findAnimation(const std::filesystem::path& programDirectory, Animation animation)
+{
+    const std::optional<std::filesystem::path> folder = findAnimationFolder(programDirectory);
+    if (!folder)
+        return std::nullopt;
+    return findEntry(*folder, animationFileName(animation), EntryKind::File);
+}
+
 void writeMissingAnimations(const std::filesystem::path& programDirectory)
 {
-    const std::filesystem::path folder = programDirectory / "AVI";
+    const std::filesystem::path folder = findAnimationFolder(programDirectory).value_or(programDirectory / "AVI");
     std::error_code error;
     std::filesystem::create_directories(folder, error);
     if (error)
         return;
     for (Animation animation : { Animation::FindFile, Animation::Search, Animation::FileMove }) {
-        const std::filesystem::path target = folder / pathFromUnicode(animationFileName(animation));
-        if (std::filesystem::exists(target, error) || error)
+        if (findAnimation(programDirectory, animation))
             continue;
+        const std::filesystem::path target = folder / pathFromUnicode(animationFileName(animation));
         // Written under a temporary name and renamed into place, so a failure never leaves
         // half a file that would then count as present.
         QSaveFile file(unicodeFromPath(target));

@@ -1,5 +1,7 @@
 #include "accessories/HelpWindow.h"
 
+#include "platform/FileNames.h"
+
 #include <QFile>
 #include <QHBoxLayout>
 #include <QKeyEvent>
@@ -8,6 +10,7 @@
 #include <QListWidget>
 #include <QPointer>
 #include <QRegularExpression>
+#include <QSaveFile>
 #include <QSplitter>
 #include <QTextBrowser>
 #include <QTextDocumentFragment>
@@ -28,6 +31,7 @@ namespace Kelvane {
 namespace {
 
 const QString ContentsName = u"Contents"_s;
+const QString BuiltInHelp = u":/help/kelvane_help.html"_s;
 
 QString plainText(const QString& html)
 {
@@ -44,27 +48,6 @@ HelpWindow::HelpWindow(QWidget* parent)
     // Left open, the help must not keep the program running once the main window closes.
     setAttribute(Qt::WA_QuitOnClose, false);
 
-    registerHelpResource();
-    QFile file(u":/help/kelvane_help.html"_s);
-    const QString page = file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
-    // A topic is <section id="Name" data-context="N"> ... </section>, titled by its <h2>.
-    static const QRegularExpression section(
-        uR"re(<section\s+id="([^"]+)"\s+data-context="(\d+)"\s*>(.*?)</section>)re"_s,
-        QRegularExpression::DotMatchesEverythingOption | QRegularExpression::CaseInsensitiveOption);
-    static const QRegularExpression heading(uR"re(<h2[^>]*>(.*?)</h2>)re"_s,
-                                            QRegularExpression::DotMatchesEverythingOption
-                                                | QRegularExpression::CaseInsensitiveOption);
-    for (const QRegularExpressionMatch& match : section.globalMatch(page)) {
-        Topic topic;
-        topic.name = match.captured(1);
-        topic.context = match.captured(2).toInt();
-        topic.html = match.captured(3).trimmed();
-        const QRegularExpressionMatch title = heading.match(topic.html);
-        topic.title = title.hasMatch() ? plainText(title.captured(1)) : topic.name;
-        topic.words = (topic.title + u' ' + plainText(topic.html)).toCaseFolded();
-        m_topics.push_back(std::move(topic));
-    }
-
     m_searchText = new QLineEdit(this);
     m_searchText->setObjectName(u"txtSearch"_s);
     m_searchText->setPlaceholderText(u"Words to look for"_s);
@@ -72,8 +55,6 @@ HelpWindow::HelpWindow(QWidget* parent)
     m_results = new QListWidget(this);
     m_results->setObjectName(u"lstTopics"_s);
     m_results->setUniformItemSizes(true);
-    for (const Topic& topic : m_topics)
-        m_results->addItem(topic.title);
     m_browser = new QTextBrowser(this);
     m_browser->setObjectName(u"txtTopic"_s);
     m_browser->setOpenLinks(false);
@@ -114,6 +95,64 @@ HelpWindow::HelpWindow(QWidget* parent)
         if (url.hasFragment())
             showTopic(url.fragment());
     });
+    display(nullptr);
+}
+
+QString HelpWindow::fileName()
+{
+    return u"kelvane_help.html"_s;
+}
+
+bool HelpWindow::writeHelpFile(const std::filesystem::path& path)
+{
+    registerHelpResource();
+    QFile builtIn(BuiltInHelp);
+    if (!builtIn.open(QIODevice::ReadOnly))
+        return false;
+    // Written under a temporary name and renamed into place, so a failure never leaves half
+    // a help file.
+    QSaveFile file(unicodeFromPath(path));
+    return file.open(QIODevice::WriteOnly) && file.write(builtIn.readAll()) == builtIn.size() && file.commit();
+}
+
+bool HelpWindow::open(const QString& path)
+{
+    registerHelpResource();
+    QFile file(path);
+    const bool readable = file.open(QIODevice::ReadOnly);
+    readTopics(readable ? QString::fromUtf8(file.readAll()) : QString());
+    return readable;
+}
+
+void HelpWindow::readTopics(const QString& page)
+{
+    // The same help again keeps the search and the topic on show.
+    if (page == m_page && !m_topics.empty())
+        return;
+    m_page = page;
+    m_topics.clear();
+    // A topic is <section id="Name" data-context="N"> ... </section>, titled by its <h2>.
+    static const QRegularExpression section(
+        uR"re(<section\s+id="([^"]+)"\s+data-context="(\d+)"\s*>(.*?)</section>)re"_s,
+        QRegularExpression::DotMatchesEverythingOption | QRegularExpression::CaseInsensitiveOption);
+    static const QRegularExpression heading(uR"re(<h2[^>]*>(.*?)</h2>)re"_s,
+                                            QRegularExpression::DotMatchesEverythingOption
+                                                | QRegularExpression::CaseInsensitiveOption);
+    for (const QRegularExpressionMatch& match : section.globalMatch(page)) {
+        Topic topic;
+        topic.name = match.captured(1);
+        topic.context = match.captured(2).toInt();
+        topic.html = match.captured(3).trimmed();
+        const QRegularExpressionMatch title = heading.match(topic.html);
+        topic.title = title.hasMatch() ? plainText(title.captured(1)) : topic.name;
+        topic.words = (topic.title + u' ' + plainText(topic.html)).toCaseFolded();
+        m_topics.push_back(std::move(topic));
+    }
+    const QSignalBlocker blocker(m_results);
+    m_results->clear();
+    for (const Topic& topic : m_topics)
+        m_results->addItem(topic.title);
+    m_searchText->clear();
     display(nullptr);
 }
 

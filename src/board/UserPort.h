@@ -2,6 +2,9 @@
 
 #include <QString>
 
+#include <span>
+#include <string>
+
 namespace Kelvane {
 
 enum class Buttons { Ok, OkCancel, YesNo, RetryCancel, OkHelp };
@@ -11,6 +14,14 @@ enum class Answer { Ok, Cancel, Yes, No, Retry };
 /// The lines a long operation's progress shows: the folder being worked through, the item
 /// in hand, a count, and a status text.
 enum class ProgressLine { Path, Item, Count, Status };
+
+/// One file the index rebuild found: the name it is indexed under (upper-case bytes of the
+/// board's code page) and the slot of the area directory that holds it.
+struct IndexRow
+{
+    std::string name;
+    int slot = 0;
+};
 
 /// One modal message box. Line breaks in text are single CR characters.
 struct MessageBox
@@ -50,6 +61,10 @@ public:
         Q_UNUSED(value);
         Q_UNUSED(maximum);
     }
+    /// Rows for the index rebuild's working list, the files of one directory at a time.
+    virtual void indexRows(std::span<const IndexRow> rows) { Q_UNUSED(rows); }
+    /// The index rebuild's working list emptied: an area's index was written.
+    virtual void clearIndexRows() { }
     /// The platform's folder chooser: the chosen folder, or empty when cancelled.
     virtual QString browseForFolder(const QString& prompt)
     {

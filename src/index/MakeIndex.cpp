@@ -17,6 +17,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -46,13 +47,7 @@ constexpr std::size_t NameFieldSize = 13;
 /// A name longer than this is indexed under its short (8.3) alias.
 constexpr qsizetype LongestName = 12;
 
-/// One file of an area: the name it is indexed under (upper-case bytes of the code page) and
-/// the slot of the directory that holds it.
-struct Row
-{
-    std::string name;
-    int slot;
-};
+using Row = IndexRow;
 
 /// What the rebuild reads from an area's record: an unused slot is left empty.
 struct AreaPaths
@@ -121,6 +116,7 @@ void collectRows(Session& session, const fs::path& directory, int slot, std::vec
     const qint64 maximum = std::max<qint64>(count, 1);
     port.progressValue(0, maximum);
     port.progressText(ProgressLine::Path, u"Scanning File Directory: "_s + unicodeFromPath(directory));
+    const std::size_t first = rows.size();
     rows.reserve(rows.size() + files.size());
     // Computed over this same listing, and only when a name needs its alias.
     std::optional<DirectoryAliases> aliases;
@@ -146,6 +142,9 @@ void collectRows(Session& session, const fs::path& directory, int slot, std::vec
         }
         rows.push_back({ std::move(name), slot });
     }
+    // The directory's rows go to the working list together: one insertion per directory, not
+    // one per file.
+    port.indexRows(std::span<const Row>(rows).subspan(first));
 }
 
 /// The index's bytes: record r (from 1) at (r - 1) * 15; a skipped name leaves its record
@@ -262,11 +261,14 @@ void indexArea(Session& session, int number, std::vector<Row>& rows)
             if (!directory.empty())
                 collectRows(session, directory, slot, rows);
         }
-        if (writeIndex(session, area.indexPath, rows))
+        if (writeIndex(session, area.indexPath, rows)) {
             rows.clear();
+            session.port().clearIndexRows();
+        }
     } catch (...) {
         session.ReportError(ProcedureName);
         rows.clear();
+        session.port().clearIndexRows();
     }
 }
 

@@ -60,6 +60,26 @@ QString fileNameText(const fs::path& path)
     return unicodeFromPath(path.filename());
 }
 
+std::optional<fs::path> findEntry(const fs::path& directory, const QString& name, EntryKind kind)
+{
+    const auto fits = [kind](const fs::path& path) {
+        std::error_code error;
+        return kind == EntryKind::Folder ? fs::is_directory(path, error) : fs::is_regular_file(path, error);
+    };
+    const fs::path exact = directory / pathFromUnicode(name);
+    if (fits(exact))
+        return exact;
+    const QString key = foldName(name);
+    std::optional<fs::path> found;
+    std::error_code error;
+    for (fs::directory_iterator it(directory, error), end; !error && it != end; it.increment(error)) {
+        const fs::path& path = it->path();
+        if (foldName(fileNameText(path)) == key && (!found || path < *found) && fits(path))
+            found = path;
+    }
+    return found;
+}
+
 std::vector<ListedFile> listDirectory(const fs::path& directory, ListingOrder order)
 {
     std::vector<ListedFile> found;

@@ -3,6 +3,7 @@
 #include <QString>
 
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -38,6 +39,13 @@ std::vector<ListedFile> listDirectory(const std::filesystem::path& directory,
                                       ListingOrder order = ListingOrder::ByName);
 /// The names of listDirectory.
 std::vector<std::filesystem::path> listDirectoryFiles(const std::filesystem::path& directory);
+
+/// The entry of directory named name whatever the case of its name on disk, a folder or an
+/// ordinary file as asked: the exact spelling wins, then the first in sorted order. For the
+/// program's own files; a board's files are found through their directory's listing.
+enum class EntryKind { Folder, File };
+std::optional<std::filesystem::path>
+findEntry(const std::filesystem::path& directory, const QString& name, EntryKind kind);
 
 /// The file-name part of a path as text.
 QString fileNameText(const std::filesystem::path& path);

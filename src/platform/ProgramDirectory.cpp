@@ -14,10 +14,8 @@ std::filesystem::path programDirectory()
     const QString home = qEnvironmentVariable("KELVANE_HOME");
     if (!home.isEmpty())
         return pathFromUnicode(home);
-    QString data = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
-    if (data.isEmpty())
-        data = QDir::homePath();
-    return pathFromUnicode(data + u"/kelvane"_s);
+    const QString data = QStandardPaths::writableLocation(QStandardPaths::AppDataLocation);
+    return pathFromUnicode(data.isEmpty() ? QDir::homePath() + u"/Kelvane"_s : data);
 }
 
 QString joinProgramPath(const QString& directory, const QString& part)

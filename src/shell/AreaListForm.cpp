@@ -5,6 +5,7 @@
 #include "platform/CodePage.h"
 #include "platform/SettingsStore.h"
 #include "shell/FrameHost.h"
+#include "shell/HelpMenu.h"
 
 #include <QAbstractTableModel>
 #include <QActionGroup>
@@ -229,12 +230,7 @@ void AreaListForm::buildMenus()
         connect(item, &QAction::triggered, this, [this, value] { setArrangement(value); });
     }
 
-    QMenu* help = menuBar->addMenu(u"&Help"_s);
-    help->setObjectName(u"mnuHelp"_s);
-    connect(addItem(help, u"mnuHelpContents"_s, u"&Contents"_s), &QAction::triggered, this,
-            [this] { m_host.showHelpTopic({}); });
-    connect(addItem(help, u"mnuHelpAbout"_s, u"&About Kelvane..."_s), &QAction::triggered, this,
-            [this] { m_host.showAbout(); });
+    addHelpMenu(*menuBar, m_host);
 }
 
 Session& AreaListForm::session() const

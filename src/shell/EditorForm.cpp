@@ -1,8 +1,8 @@
 #include "shell/EditorForm.h"
 
 #include "accessories/AnimationControl.h"
+#include "accessories/AviFiles.h"
 #include "board/BasicText.h"
-#include "board/FileLookup.h"
 #include "board/Session.h"
 #include "editor/Description.h"
 #include "editor/Operations.h"
@@ -352,8 +352,7 @@ void EditorForm::Form_Load()
 void EditorForm::loadAnimation()
 {
     Session& state = session();
-    const auto directory = state.programDirectory() / "AVI";
-    const auto found = FileLookup(state.codePage()).find(directory, "FINDFILE.AVI");
+    const auto found = findAnimation(state.programDirectory(), Animation::FindFile);
     if (found && m_animation->open(unicodeFromPath(*found))) {
         m_animation->setFixedSize(m_animation->sizeHint());
         return;
@@ -425,9 +424,15 @@ void EditorForm::updateClock()
 {
     if (m_panes.size() != 7)
         return;
-    // Three-letter month, a point, the day and the year: "Nov. 23, 2026".
-    m_panes[5]->setText(QLocale::c().toString(QDate::currentDate(), u"MMM. d, yyyy"_s));
-    m_panes[6]->setText(QLocale().toString(QTime::currentTime(), QLocale::ShortFormat));
+    // The short month of the user's language, a point, the day and the year: "Nov. 23, 2026";
+    // a month whose short name ends in a point already ("nov.") takes no second one.
+    const QLocale locale;
+    const QDate today = QDate::currentDate();
+    QString month = locale.monthName(today.month(), QLocale::ShortFormat);
+    if (!month.endsWith(u'.'))
+        month += u'.';
+    m_panes[5]->setText(month + locale.toString(today, u" d, yyyy"_s));
+    m_panes[6]->setText(locale.toString(QTime::currentTime(), QLocale::ShortFormat));
 }
 
 void EditorForm::Update_All_Controls()

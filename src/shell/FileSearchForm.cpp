@@ -5,7 +5,7 @@
 #include "board/FileSystem.h"
 #include "board/Session.h"
 #include "editor/FileScan.h"
-#include "platform/ProgramDirectory.h"
+#include "platform/FileNames.h"
 #include "shell/FrameHost.h"
 
 #include <QCloseEvent>
@@ -116,9 +116,9 @@ void FileSearchForm::load()
 {
     m_running = true;
     Session& session = m_host.session();
-    const QString path = joinProgramPath(joinProgramPath(session.programDirectoryText(), u"AVI"_s),
-                                         animationFileName(Animation::Search));
-    if (m_animation->open(path)) {
+    // Found whatever the case of its name, as every file of the program is.
+    const auto file = findAnimation(session.programDirectory(), Animation::Search);
+    if (file && m_animation->open(unicodeFromPath(*file))) {
         m_animation->play();
     } else {
         m_animation->hide();

@@ -65,8 +65,11 @@ public:
     virtual bool areaOpen() const = 0;
 
     // Help.
+    /// The help's topic of that name; its contents for an empty one.
     virtual void showHelpTopic(const QString& topic) = 0;
+    virtual void showHelpSearch() = 0;
     virtual void showAbout() = 0;
+    virtual void showTechSupport() = 0;
 };
 
 } // namespace Kelvane

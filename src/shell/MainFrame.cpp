@@ -11,6 +11,7 @@
 #include "platform/SettingsStore.h"
 #include "shell/EditorForm.h"
 #include "shell/FileAreaTitlesForm.h"
+#include "shell/HelpMenu.h"
 #include "shell/MakeIndexForm.h"
 #include "shell/OptionsForm.h"
 #include "shell/QtPort.h"
@@ -112,7 +113,10 @@ MainFrame::MainFrame(Session& session, QtPort& port, SettingsStore& settings)
     setWindowTitle(u"Kelvane"_s);
     setWindowIcon(themeIcon(u"system-file-manager"_s, QStyle::SP_DirIcon));
     m_port.setDialogParent(this);
-    m_port.setHelpHandler([](int context) { HelpWindow::instance().showContext(context); });
+    m_port.setHelpHandler([this](int context) {
+        if (openHelp())
+            HelpWindow::instance().showContext(context);
+    });
 
     m_mdiArea = new QMdiArea(this);
     m_mdiArea->setObjectName(u"mdiArea"_s);
@@ -173,19 +177,11 @@ void MainFrame::buildMenus()
     view->addSeparator();
     action(view, u"mnuViewOptions"_s, tr("&Options..."), &MainFrame::mnuViewOptions_Click);
 
-    QMenu* help = menuBar()->addMenu(tr("&Help"));
-    help->setObjectName(u"mnuHelp"_s);
+    QMenu* help = addHelpMenu(*menuBar(), *this);
     m_helpMenu = help->menuAction();
-    QAction* contents
-        = action(help, u"mnuHelpContents"_s, tr("&Contents"), [] { HelpWindow::instance().showContents(); });
-    contents->setShortcut(QKeySequence::HelpContents);
-    action(help, u"mnuHelpSearch"_s, tr("&Search For Help On..."), [] { HelpWindow::instance().showSearch(); });
-    help->addSeparator();
-    action(help, u"mnuHelpAbout"_s, tr("&About Kelvane..."), &MainFrame::showAbout);
-    action(help, u"mnuTechSupportInfo"_s, tr("&Technical Support Info"), [this] {
-        TechSupportBox box(this);
-        box.exec();
-    });
+    // F1 belongs to the frame's item only: the same key on a child form's item would make
+    // the shortcut ambiguous.
+    help->findChild<QAction*>(u"mnuHelpContents"_s)->setShortcut(QKeySequence::HelpContents);
 }
 
 void MainFrame::buildToolBars()
@@ -434,6 +430,8 @@ bool MainFrame::openEditor(const QString& title)
     m_toolBar1->hide();
     m_toolBar2->show();
     m_toolBar3->show();
+    // The editor's own status bar stands in for the frame's while an area is open.
+    m_statusBar1->hide();
     m_statusBar2->show();
     installEditorMenus(true);
     window->showMaximized();
@@ -559,14 +557,45 @@ void MainFrame::savePlacement()
     m_settings.saveInt(KelvaneStartup, u"MainHeight"_s, pixelsToTwips(placement.height(), dotsPerInch));
 }
 
+bool MainFrame::openHelp()
+{
+    HelpWindow& help = HelpWindow::instance();
+    const std::optional<std::filesystem::path> file
+        = findEntry(m_session.programDirectory(), HelpWindow::fileName(), EntryKind::File);
+    if (file && help.open(unicodeFromPath(*file)))
+        return true;
+    help.close();
+    m_session.port().messageBox({ u"Kelvane"_s,
+                                  u"Unable to display Help Contents. There is no Help associated with this project."_s,
+                                  Buttons::Ok, Icon::Information });
+    return false;
+}
+
 void MainFrame::showHelpTopic(const QString& topic)
 {
-    HelpWindow::instance().showTopic(topic);
+    if (!openHelp())
+        return;
+    if (topic.isEmpty())
+        HelpWindow::instance().showContents();
+    else
+        HelpWindow::instance().showTopic(topic);
+}
+
+void MainFrame::showHelpSearch()
+{
+    if (openHelp())
+        HelpWindow::instance().showSearch();
 }
 
 void MainFrame::showAbout()
 {
     AboutBox box(this);
+    box.exec();
+}
+
+void MainFrame::showTechSupport()
+{
+    TechSupportBox box(this);
     box.exec();
 }
 

@@ -58,7 +58,9 @@ public:
     void editorClosed() override;
     bool areaOpen() const override { return m_editor != nullptr; }
     void showHelpTopic(const QString& topic) override;
+    void showHelpSearch() override;
     void showAbout() override;
+    void showTechSupport() override;
 
     void mnuOpenFileAreas_Click();
     void mnuExit_Click();
@@ -77,6 +79,8 @@ private:
     void buildStatusBars();
     void Load_Status_Bar1();
     void showNoAreaState();
+    /// Reads the help from the program's directory; when it is not there, says so and false.
+    bool openHelp();
     bool openEditor(const QString& title);
     void installEditorMenus(bool installed);
     bool MDIForm_Unload();

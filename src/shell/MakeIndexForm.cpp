@@ -2,19 +2,80 @@
 
 #include "board/Session.h"
 #include "index/MakeIndex.h"
+#include "platform/CodePage.h"
 #include "shell/FrameHost.h"
+
+#include <QAbstractTableModel>
 
 #include <QCloseEvent>
 #include <QGroupBox>
 #include <QLabel>
 #include <QListWidget>
 #include <QProgressBar>
-#include <QTreeWidget>
+#include <QTreeView>
 #include <QVBoxLayout>
+
+#include <vector>
 
 using namespace Qt::StringLiterals;
 
 namespace Kelvane {
+
+/// lsvMakeIdx's rows: each file of the area being indexed, its name and the slot of its
+/// directory ("Area"). A directory's files arrive together and go in with one insertion.
+class IndexRowsModel : public QAbstractTableModel
+{
+public:
+    using QAbstractTableModel::QAbstractTableModel;
+
+    void append(std::span<const IndexRow> rows, const CodePage& page)
+    {
+        if (rows.empty())
+            return;
+        const auto first = static_cast<int>(m_rows.size());
+        beginInsertRows({}, first, first + static_cast<int>(rows.size()) - 1);
+        m_rows.reserve(m_rows.size() + rows.size());
+        for (const IndexRow& row : rows)
+            m_rows.push_back({ page.toUnicode(row.name), QString::number(row.slot) });
+        endInsertRows();
+    }
+
+    void clear()
+    {
+        beginResetModel();
+        m_rows.clear();
+        endResetModel();
+    }
+
+    int rowCount(const QModelIndex& parent = {}) const override
+    {
+        return parent.isValid() ? 0 : static_cast<int>(m_rows.size());
+    }
+    int columnCount(const QModelIndex& parent = {}) const override { return parent.isValid() ? 0 : 2; }
+
+    QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override
+    {
+        if (role != Qt::DisplayRole || !index.isValid() || index.row() >= rowCount())
+            return {};
+        const Row& row = m_rows[static_cast<std::size_t>(index.row())];
+        return index.column() == 0 ? row.name : row.area;
+    }
+
+    QVariant headerData(int section, Qt::Orientation orientation, int role = Qt::DisplayRole) const override
+    {
+        if (orientation != Qt::Horizontal || role != Qt::DisplayRole)
+            return {};
+        return section == 0 ? u"FileName"_s : u"Area"_s;
+    }
+
+private:
+    struct Row
+    {
+        QString name;
+        QString area;
+    };
+    std::vector<Row> m_rows;
+};
 
 MakeIndexForm::MakeIndexForm(FrameHost& host)
     : QDialog(nullptr)
@@ -38,11 +99,13 @@ MakeIndexForm::MakeIndexForm(FrameHost& host)
         // A long path must not resize the form while the texts change.
         label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
     }
-    m_rows = new QTreeWidget(m_frame);
+    m_model = new IndexRowsModel(this);
+    m_rows = new QTreeView(m_frame);
     m_rows->setObjectName(u"lsvMakeIdx"_s);
-    m_rows->setHeaderLabels({ u"FileName"_s, u"Area"_s });
+    m_rows->setModel(m_model);
     m_rows->setRootIsDecorated(false);
     m_rows->setUniformRowHeights(true);
+    m_rows->setEditTriggers(QAbstractItemView::NoEditTriggers);
     m_pending = new QListWidget(m_frame);
     m_pending->setObjectName(u"lstMakeIdx"_s);
     m_pending->setVisible(false);
@@ -91,7 +154,7 @@ void MakeIndexForm::unload()
 {
     m_running = false;
     hide();
-    m_rows->clear();
+    m_model->clear();
     m_filePath->clear();
     m_status->clear();
     m_progress->setRange(0, 1);
@@ -117,6 +180,16 @@ void MakeIndexForm::showProgressText(ProgressLine line, const QString& text)
 void MakeIndexForm::showProgressValue(qint64 value, qint64 maximum)
 {
     showProgress(*m_progress, value, maximum);
+}
+
+void MakeIndexForm::showIndexRows(std::span<const IndexRow> rows)
+{
+    m_model->append(rows, m_host.session().codePage());
+}
+
+void MakeIndexForm::clearIndexRows()
+{
+    m_model->clear();
 }
 
 void MakeIndexForm::reject()

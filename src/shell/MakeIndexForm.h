@@ -10,11 +10,12 @@ class QGroupBox;
 class QLabel;
 class QListWidget;
 class QProgressBar;
-class QTreeWidget;
+class QTreeView;
 
 namespace Kelvane {
 
 class FrameHost;
+class IndexRowsModel;
 
 /// The Make Index form (frmMakeIndex): made hidden at start-up and kept for the whole run,
 /// shown only while the index files of the changed areas are rebuilt at shut-down. Its hidden
@@ -39,6 +40,8 @@ public:
 
     void showProgressText(ProgressLine line, const QString& text) override;
     void showProgressValue(qint64 value, qint64 maximum) override;
+    void showIndexRows(std::span<const IndexRow> rows) override;
+    void clearIndexRows() override;
 
 public Q_SLOTS:
     /// Escape does nothing while the index is built.
@@ -54,7 +57,8 @@ private:
     FrameHost& m_host;
     QGroupBox* m_frame = nullptr;
     QProgressBar* m_progress = nullptr;
-    QTreeWidget* m_rows = nullptr;
+    IndexRowsModel* m_model = nullptr;
+    QTreeView* m_rows = nullptr;
     QLabel* m_filePath = nullptr;
     QLabel* m_status = nullptr;
     QListWidget* m_pending = nullptr;

@@ -3,7 +3,7 @@
 #include "accessories/AnimationControl.h"
 #include "accessories/AviFiles.h"
 #include "board/Session.h"
-#include "platform/ProgramDirectory.h"
+#include "platform/FileNames.h"
 #include "shell/FrameHost.h"
 #include "sortmove/MoveFiles.h"
 
@@ -87,9 +87,9 @@ void MoveFilesProgressForm::load()
         return;
     m_running = true;
     Session& session = m_host.session();
-    const QString path = joinProgramPath(joinProgramPath(session.programDirectoryText(), u"AVI"_s),
-                                         animationFileName(Animation::FileMove));
-    if (m_animation->open(path)) {
+    // Found whatever the case of its name, as every file of the program is.
+    const auto file = findAnimation(session.programDirectory(), Animation::FileMove);
+    if (file && m_animation->open(unicodeFromPath(*file))) {
         m_animation->play();
     } else {
         m_animation->hide();

@@ -181,11 +181,10 @@ void OptionsForm::cmdBrowseForFolder_Click()
 {
     Session& session = m_host.session();
     try {
-        // A cancelled browser leaves the box as it was.
-        const QString chosen
-            = BrowseForFolder(session.port(), u"Select the Folder that Vandor Main Node is located."_s);
-        if (!chosen.isEmpty())
-            m_txtMainNode->setText(chosen);
+        // The box takes what the browser gives, so a cancelled browser empties it and Apply
+        // then refuses the empty path.
+        m_txtMainNode->setText(
+            BrowseForFolder(session.port(), u"Select the Folder that Vandor Main Node is located."_s));
         if (!m_txtMainNode->text().isEmpty())
             m_cmdApply->setEnabled(true);
     } catch (...) {

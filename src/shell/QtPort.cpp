@@ -142,6 +142,18 @@ void QtPort::progressValue(qint64 value, qint64 maximum)
         m_progress->showProgressValue(value, maximum);
 }
 
+void QtPort::indexRows(std::span<const IndexRow> rows)
+{
+    if (m_progress)
+        m_progress->showIndexRows(rows);
+}
+
+void QtPort::clearIndexRows()
+{
+    if (m_progress)
+        m_progress->clearIndexRows();
+}
+
 QString QtPort::browseForFolder(const QString& prompt)
 {
     QWidget* parent = m_parent ? m_parent->window() : QApplication::activeWindow();

@@ -21,6 +21,9 @@ public:
     virtual ~ProgressView() = default;
     virtual void showProgressText(ProgressLine line, const QString& text) = 0;
     virtual void showProgressValue(qint64 value, qint64 maximum) = 0;
+    /// The index rebuild's working list; only the Make Index form shows one.
+    virtual void showIndexRows(std::span<const IndexRow> rows) { Q_UNUSED(rows); }
+    virtual void clearIndexRows() { }
 };
 
 /// The desktop program's user port: every message box of Kelvane is built here, as a
@@ -35,6 +38,8 @@ public:
     void setBusy(bool busy) override;
     void progressText(ProgressLine line, const QString& text) override;
     void progressValue(qint64 value, qint64 maximum) override;
+    void indexRows(std::span<const IndexRow> rows) override;
+    void clearIndexRows() override;
     QString browseForFolder(const QString& prompt) override;
 
     /// The window the boxes belong to.

@@ -1,4 +1,7 @@
 #include "accessories/Accessories.h"
+#include "accessories/AviFiles.h"
+#include "accessories/HelpWindow.h"
+#include "platform/FileNames.h"
 
 #include <QApplication>
 #include <QClipboard>
@@ -68,14 +71,74 @@ TEST(Accessories, SupportInfoNamesTheFactsAndCopiesThem)
 
     QTest::mouseClick(box.findChild<QPushButton*>(u"cmdCopy"_s), Qt::LeftButton);
     EXPECT_EQ(QApplication::clipboard()->text(), text);
+
+    // Without KELVANE_HOME, the program's directory is the application's data directory.
+    const QString name = QCoreApplication::applicationName();
+    QCoreApplication::setApplicationName(u"Kelvane"_s);
+    qputenv("XDG_DATA_HOME", home.path().toLocal8Bit());
+    TechSupportBox fallback;
+    qunsetenv("XDG_DATA_HOME");
+    QCoreApplication::setApplicationName(name);
+    EXPECT_TRUE(fallback.findChild<QPlainTextEdit*>()->toPlainText().contains(home.path() + u"/Kelvane\n"_s));
 }
 
-TEST(Accessories, SplashStaysForItsTimeAndIsGone)
+TEST(Accessories, SplashStaysForItsTimeUntilTheFrameIsShown)
 {
+    const auto splashShown = [] {
+        for (const QWidget* widget : QApplication::topLevelWidgets()) {
+            if (widget->objectName() == u"frmSplash"_s && widget->isVisible())
+                return true;
+        }
+        return false;
+    };
     QElapsedTimer timer;
     timer.start();
-    showSplash(std::chrono::milliseconds(120));
-    EXPECT_GE(timer.elapsed(), 120);
-    for (const QWidget* widget : QApplication::topLevelWidgets())
-        EXPECT_NE(widget->objectName(), u"frmSplash"_s);
+    bool shownOverTheFrame = false;
+    showSplash(std::chrono::milliseconds(120), [&] {
+        EXPECT_GE(timer.elapsed(), 120);
+        shownOverTheFrame = splashShown();
+    });
+    EXPECT_TRUE(shownOverTheFrame) << "the screen must never be empty between splash and frame";
+    EXPECT_FALSE(splashShown());
+}
+
+TEST(Accessories, NoDisplayNameIsSetForThePlatformToAppendToTitles)
+{
+    const QString name = QCoreApplication::applicationName();
+    setApplicationIdentity();
+    EXPECT_EQ(QCoreApplication::applicationName(), u"Kelvane"_s);
+    // A display name that was never set follows the application's name; one that was set
+    // stays, and X11 and Wayland windows then show it after every title.
+    QCoreApplication::setApplicationName(u"probe"_s);
+    EXPECT_EQ(QGuiApplication::applicationDisplayName(), u"probe"_s);
+    QCoreApplication::setApplicationName(name);
+}
+
+TEST(Accessories, TheProgramDirectoryIsFilledOnTheFirstStartOnly)
+{
+    namespace fs = std::filesystem;
+    QTemporaryDir temporary;
+    const fs::path home = pathFromUnicode(temporary.path()) / "Kelvane";
+    const auto present = [&] {
+        QStringList found;
+        for (Animation animation : { Animation::FindFile, Animation::Search, Animation::FileMove }) {
+            if (const auto file = findAnimation(home, animation))
+                found << fileNameText(*file);
+        }
+        if (findEntry(home, HelpWindow::fileName(), EntryKind::File))
+            found << u"help"_s;
+        return found.join(u' ');
+    };
+    // The command line makes the directory for its error log alone: still a first start.
+    fs::create_directories(home);
+    setUpProgramDirectory(home);
+    EXPECT_EQ(present(), u"FINDFILE.AVI SEARCH.AVI FILEMOVE.AVI help"_s);
+
+    // What the operator deletes stays deleted; names in another case still count.
+    fs::remove(home / "kelvane_help.html");
+    fs::remove(home / "AVI" / "SEARCH.AVI");
+    fs::rename(home / "AVI" / "FILEMOVE.AVI", home / "AVI" / "filemove.avi");
+    fs::rename(home / "AVI", home / "avi");
+    setUpProgramDirectory(home);
+    EXPECT_EQ(present(), u"FINDFILE.AVI filemove.avi"_s);
 }

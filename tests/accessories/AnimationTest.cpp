@@ -73,10 +73,11 @@ TEST(Animation, RowsAreStoredBottomUp)
 
 TEST(Animation, WritesOnlyTheMissingFilesAndNeverThrows)
 {
+    // The operator's folder and file, named in another case, count as the program's.
     QTemporaryDir directory;
-    const QString folder = directory.filePath(u"AVI"_s);
+    const QString folder = directory.filePath(u"avi"_s);
     ASSERT_TRUE(QDir().mkpath(folder));
-    QFile kept(folder + u"/SEARCH.AVI"_s);
+    QFile kept(folder + u"/Search.avi"_s);
     ASSERT_TRUE(kept.open(QIODevice::WriteOnly));
     kept.write("the operator's own");
     kept.close();

@@ -11,6 +11,8 @@ using namespace Kelvane;
 
 namespace {
 
+const QString BuiltInHelp = u":/help/kelvane_help.html"_s;
+
 QStringList visibleTitles(const QListWidget& list)
 {
     QStringList titles;
@@ -41,6 +43,7 @@ TEST(HelpWindow, TopicsAreFoundByTitleAnchorOrContextNumber)
         { {}, 999, u"Contents"_s },
     };
     HelpWindow window;
+    ASSERT_TRUE(window.open(BuiltInHelp));
     for (const auto& each : cases) {
         SCOPED_TRACE((each.name + u'/' + QString::number(each.context)).toStdString());
         window.showTopic(u"Welcome"_s);
@@ -68,6 +71,7 @@ TEST(HelpWindow, TopicsAreFoundByTitleAnchorOrContextNumber)
 TEST(HelpWindow, ChoosingATopicInTheListShowsIt)
 {
     HelpWindow window;
+    ASSERT_TRUE(window.open(BuiltInHelp));
     window.showContents();
     auto* list = window.findChild<QListWidget*>();
     const QList<QListWidgetItem*> found = list->findItems(u"Moving files"_s, Qt::MatchExactly);
@@ -79,6 +83,7 @@ TEST(HelpWindow, ChoosingATopicInTheListShowsIt)
 TEST(HelpWindow, SearchKeepsTheTopicsHoldingEveryWord)
 {
     HelpWindow window;
+    ASSERT_TRUE(window.open(BuiltInHelp));
     window.showSearch();
     auto* search = window.findChild<QLineEdit*>();
     auto* list = window.findChild<QListWidget*>();

@@ -69,6 +69,13 @@ TEST_F(ChooserTest, BothChoosersStartWithDefaultsAndKeepWhatWasSaved)
         EXPECT_EQ(host.setting(keys.column1Width), u"2880"_s);
         EXPECT_EQ(host.setting(keys.column2Width), u"1080"_s);
         EXPECT_EQ(host.setting(keys.windowState), u"0"_s);
+        // The frame's help items, each handed to the frame.
+        host.help.clear();
+        for (const char16_t* item : { u"mnuHelpContents", u"mnuHelpSearch", u"mnuHelpAbout", u"mnuTechSupportInfo" }) {
+            if (QAction* action = child<QAction>(first, QString::fromUtf16(item)))
+                action->trigger();
+        }
+        EXPECT_EQ(host.help, QStringList({ u"Contents"_s, u"Search"_s, u"About"_s, u"TechSupport"_s }));
         first->unload();
         host.settings().saveInt(u"Kelvane Startup"_s, keys.windowState, AreaListForm::Maximized);
 

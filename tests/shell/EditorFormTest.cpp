@@ -4,9 +4,11 @@
 #include "platform/CodePage.h"
 
 #include <QLabel>
+#include <QLocale>
 #include <QMenu>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QScopeGuard>
 #include <QStatusBar>
 #include <QTimer>
 
@@ -36,6 +38,10 @@ protected:
 
 TEST_F(EditorFormTest, OpeningShowsTheFirstEntryAndTheAreaFlags)
 {
+    // The date pane speaks the user's language.
+    const QLocale french(QLocale::French, QLocale::France);
+    QLocale::setDefault(french);
+    const auto restoreLocale = qScopeGuard([] { QLocale::setDefault(QLocale::system()); });
     EditorForm* editor = openArea(area);
     ASSERT_NE(editor, nullptr);
     EXPECT_EQ(editor->windowTitle(), u"Editing File Area: area"_s);
@@ -50,7 +56,9 @@ TEST_F(EditorFormTest, OpeningShowsTheFirstEntryAndTheAreaFlags)
         = { u"Private:  No"_s, u"CDRom:  No"_s, u"Alias:  No"_s, u"Offline:  No"_s, u"Master:  No"_s };
     for (qsizetype i = 0; i < panes.size(); ++i)
         EXPECT_EQ(text(u"sbStatusBar2Pane%1"_s.arg(i + 1)), panes[i]);
-    EXPECT_TRUE(text(u"sbStatusBar2Pane6"_s).contains(u". "_s)) << "the date pane reads like \"Nov. 3, 2026\"";
+    const QDate today = QDate::currentDate();
+    EXPECT_TRUE(text(u"sbStatusBar2Pane6"_s).startsWith(french.monthName(today.month(), QLocale::ShortFormat)));
+    EXPECT_TRUE(text(u"sbStatusBar2Pane6"_s).endsWith(u", %1"_s.arg(today.year()))) << "like \"nov. 3, 2026\"";
     EXPECT_FALSE(session->ChangesMade);
 }
 

@@ -52,8 +52,10 @@ public:
     void setStatusBarShown(bool) override { }
     void editorClosed() override { }
     bool areaOpen() const override { return editorOpen; }
-    void showHelpTopic(const QString&) override { }
-    void showAbout() override { }
+    void showHelpTopic(const QString& topic) override { help.append(topic.isEmpty() ? u"Contents"_s : topic); }
+    void showHelpSearch() override { help.append(u"Search"_s); }
+    void showAbout() override { help.append(u"About"_s); }
+    void showTechSupport() override { help.append(u"TechSupport"_s); }
 
     QString setting(const QString& key, const QString& section = u"Kelvane Startup"_s)
     {
@@ -69,6 +71,7 @@ public:
     int resets = 0;
     int placementSaves = 0;
     bool editorOpen = false;
+    QStringList help; // what the help items asked for, in order
 
 private:
     std::unique_ptr<Session> m_session;

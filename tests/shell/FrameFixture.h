@@ -1,6 +1,6 @@
 #pragma once
 
-#include "accessories/AviFiles.h"
+#include "accessories/Accessories.h"
 #include "board/Session.h"
 #include "platform/SettingsStore.h"
 #include "shell/EditorForm.h"
@@ -21,13 +21,13 @@
 namespace Kelvane::Testing {
 
 /// The desktop program on a board of its own: the real main frame over a scripted port, the
-/// settings store in the board's directory, the animations in place.
+/// settings store in the board's directory, the animations and the help in place.
 class FrameFixture : public ::testing::Test
 {
 protected:
     void SetUp() override
     {
-        writeMissingAnimations(board.programDirectory());
+        setUpProgramDirectory(board.programDirectory());
         session = board.session(port);
         settings = std::make_unique<SettingsStore>();
         settings->SaveSetting(QStringLiteral("Vandor Startup"), QStringLiteral("Vandor Main Path"),

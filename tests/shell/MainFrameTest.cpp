@@ -1,5 +1,7 @@
 #include "FrameFixture.h"
 
+#include "accessories/HelpWindow.h"
+
 #include <QComboBox>
 #include <QLabel>
 #include <QListWidget>
@@ -75,6 +77,7 @@ TEST_F(MainFrameTest, TheAreaBoxSwitchesAreasAndAFailedSwitchLeavesNoEditor)
     EXPECT_EQ(box->currentIndex(), 0);
     EXPECT_TRUE(find<QToolBar>(u"tbToolBar3"_s)->isVisible());
     EXPECT_FALSE(find<QToolBar>(u"tbToolBar1"_s)->isVisible());
+    EXPECT_FALSE(find<QStatusBar>(u"sbStatusBar1"_s)->isVisible());
 
     box->setCurrentIndex(second - 1);
     action(u"SwitchArea"_s)->trigger();
@@ -96,6 +99,24 @@ TEST_F(MainFrameTest, TheAreaBoxSwitchesAreasAndAFailedSwitchLeavesNoEditor)
     EXPECT_TRUE(find<QToolBar>(u"tbToolBar1"_s)->isVisible());
     EXPECT_FALSE(find<QToolBar>(u"tbToolBar2"_s)->isVisible());
     EXPECT_FALSE(find<QStatusBar>(u"sbStatusBar2"_s)->isVisible());
+    EXPECT_TRUE(find<QStatusBar>(u"sbStatusBar1"_s)->isVisible());
+}
+
+TEST_F(MainFrameTest, HelpIsReadFromTheProgramDirectoryAndItsLossIsReported)
+{
+    makeFrame();
+    HelpWindow& help = HelpWindow::instance();
+    action(u"mnuHelpSearch"_s)->trigger();
+    EXPECT_TRUE(help.isVisible());
+    help.close();
+    std::filesystem::remove(board.programDirectory() / "kelvane_help.html");
+    for (const QString& item : { u"mnuHelpContents"_s, u"mnuHelpSearch"_s }) {
+        port.script.expect({ u"Kelvane"_s,
+                             u"Unable to display Help Contents. There is no Help associated with this project."_s,
+                             Buttons::Ok, Icon::Information });
+        action(item)->trigger();
+        EXPECT_FALSE(help.isVisible());
+    }
 }
 
 TEST_F(MainFrameTest, WithAnAreaOpenNoOtherAreaOpens)

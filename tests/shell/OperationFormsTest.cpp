@@ -14,6 +14,7 @@
 #include <QListWidget>
 #include <QPushButton>
 #include <QTest>
+#include <QTreeView>
 
 #include <gtest/gtest.h>
 
@@ -84,6 +85,18 @@ TEST_F(OperationFormsTest, MissingSearchAnimationIsReportedAndTheScanGoesOn)
     EXPECT_EQ(table.at(3).FileName, "A4");
 }
 
+TEST_F(OperationFormsTest, AnimationsAreFoundWhateverTheCaseOfTheirNames)
+{
+    const fs::path program = host.board.programDirectory();
+    writeMissingAnimations(program);
+    fs::rename(program / "AVI", program / "avi");
+    fs::rename(program / "avi" / "SEARCH.AVI", program / "avi" / "search.avi");
+    fs::rename(program / "avi" / "FILEMOVE.AVI", program / "avi" / "FileMove.Avi");
+    // No alert comes: the script fails on any box.
+    EXPECT_EQ(FileSearchForm::run(host, table), 4u);
+    EXPECT_EQ(MoveFilesProgressForm::run(host, table, std::chrono::milliseconds(0)), 0u);
+}
+
 TEST_F(OperationFormsTest, CancelMoveStopsBeforeTheNextEntry)
 {
     AreaRecord target = host.board.simpleRecord("target");
@@ -112,11 +125,15 @@ TEST_F(OperationFormsTest, MakeIndexRunsOnlyWithAreasWaiting)
     Session& session = host.session();
     host.frame.show();
     MakeIndexForm form(host);
+    const QAbstractItemModel* rows = form.findChild<QTreeView*>(u"lsvMakeIdx"_s)->model();
     int shown = 0;
+    QStringList seen; // the rows of lsvMakeIdx at each turn of the event loop
     host.port.script.onEvents = [&](int) {
         shown += form.isVisible();
         EXPECT_FALSE(host.frame.isEnabled());
         EXPECT_TRUE(form.isEnabled());
+        for (int row = 0; row < rows->rowCount(); ++row)
+            seen << rows->index(row, 0).data().toString() + u' ' + rows->index(row, 1).data().toString();
     };
     session.IndexPending = true;
     form.run(std::chrono::milliseconds(0));
@@ -130,8 +147,20 @@ TEST_F(OperationFormsTest, MakeIndexRunsOnlyWithAreasWaiting)
     form.refreshPendingList();
     ASSERT_EQ(pending->count(), 1);
     EXPECT_EQ(pending->item(0)->text(), QString::number(session.area.AreaNumber));
+
+    // A second area of two directories: the first one's files are listed while the second is
+    // read, and every row is gone once an area's index is written.
+    AreaRecord two = host.board.simpleRecord("two");
+    two.index = (host.board.root() / "index" / "TWO.IDX").string();
+    two.alt[0] = (host.board.root() / "areas" / "two-b").string();
+    TestBoard::writeFile(fs::path(two.path) / "B1", "x");
+    TestBoard::writeFile(fs::path(two.alt[0]) / "B2", "x");
+    AddToMakeIndexList(session, host.board.addArea(two));
     form.run(std::chrono::milliseconds(0));
     EXPECT_GT(shown, 0);
+    EXPECT_EQ(seen, QStringList({ u"B1 0"_s }));
+    EXPECT_EQ(rows->rowCount(), 0);
+    EXPECT_EQ(fs::file_size(two.index), 2 * 15u);
     EXPECT_EQ(fs::file_size(record.index), 4 * 15u);
     EXPECT_TRUE(session.makeIndexList.empty());
     EXPECT_EQ(pending->count(), 0);

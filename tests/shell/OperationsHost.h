@@ -43,7 +43,9 @@ public:
     void editorClosed() override { }
     bool areaOpen() const override { return false; }
     void showHelpTopic(const QString& topic) override { helpTopics.append(topic); }
+    void showHelpSearch() override { }
     void showAbout() override { ++aboutShown; }
+    void showTechSupport() override { }
 
     TestBoard board;
     ScriptedQtPort port;

@@ -146,14 +146,22 @@ TEST_F(OptionsTest, TheCodePageChangesOnlyWhileNoAreaIsOpen)
     }
 }
 
-TEST_F(OptionsTest, BrowseFillsTheBoxAndEscapeAppliesNothing)
+TEST_F(OptionsTest, BrowseFillsTheBoxACancelledOneEmptiesItAndEscapeAppliesNothing)
 {
     const QString before = mainNodePath();
-    port.setFolder(u"/srv/elsewhere"_s);
     OptionsForm* form = open();
+    auto* box = child<QLineEdit>(form, u"txtMainNode"_s);
+    auto* apply = child<QPushButton>(form, u"cmdApply"_s);
+    port.setFolder(u"/srv/elsewhere"_s);
     QTest::mouseClick(child<QPushButton>(form, u"cmdBrowseForFolder"_s), Qt::LeftButton);
-    EXPECT_EQ(child<QLineEdit>(form, u"txtMainNode"_s)->text(), u"/srv/elsewhere"_s);
-    EXPECT_TRUE(child<QPushButton>(form, u"cmdApply"_s)->isEnabled());
+    EXPECT_EQ(box->text(), u"/srv/elsewhere"_s);
+    EXPECT_TRUE(apply->isEnabled());
+    port.setFolder({}); // the browser cancelled
+    QTest::mouseClick(child<QPushButton>(form, u"cmdBrowseForFolder"_s), Qt::LeftButton);
+    EXPECT_EQ(box->text(), QString());
+    port.expectContaining(u"Kelvane"_s, u"Can Not find the Path to the needed file "_s);
+    QTest::mouseClick(apply, Qt::LeftButton);
+    EXPECT_TRUE(port.done());
     QTest::keyClick(form, Qt::Key_Escape);
     EXPECT_FALSE(form->isVisible());
     EXPECT_EQ(form->result(), QDialog::Rejected);
