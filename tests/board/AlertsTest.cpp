@@ -10,11 +10,8 @@
 
 using namespace Qt::StringLiterals;
 
-namespace Kelvane {
+namespace Kelvane::Testing {
 namespace {
-
-using Testing::ScriptedPort;
-using Testing::TestBoard;
 
 TEST(Alerts, QuestionsAreTrueOnlyForTheirAgreeingAnswer)
 {
@@ -109,4 +106,4 @@ TEST(ErrorReporter, GoesOnWhenTheLogCannotBeWritten)
 }
 
 } // namespace
-} // namespace Kelvane
+} // namespace Kelvane::Testing

@@ -7,11 +7,10 @@
 
 using namespace Qt::StringLiterals;
 
-namespace Kelvane {
+namespace Kelvane::Testing {
 namespace {
 
 namespace fs = std::filesystem;
-using Testing::TestBoard;
 
 // A field as it lies in the record: its length byte, its text, zeros to its capacity.
 std::string field(const std::string& text, std::size_t capacity)
@@ -137,4 +136,4 @@ TEST(PathUtility, TakesPathsApart)
 }
 
 } // namespace
-} // namespace Kelvane
+} // namespace Kelvane::Testing

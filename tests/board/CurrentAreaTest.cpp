@@ -8,12 +8,10 @@
 
 using namespace Qt::StringLiterals;
 
-namespace Kelvane {
+namespace Kelvane::Testing {
 namespace {
 
 namespace fs = std::filesystem;
-using Testing::ScriptedPort;
-using Testing::TestBoard;
 
 class CurrentAreaTest : public ::testing::Test
 {
@@ -40,6 +38,7 @@ TEST_F(CurrentAreaTest, ReadsTheRecordWithOnlyNoMeaningNo)
     record.offline = "No";
     record.master = "No";
     record.alt[1] = (board.root() / "extra").string();
+    record.alt[4] = (board.root() / "one" / "two" / "three").string(); // made with its parents
     ASSERT_TRUE(load(record));
     const CurrentArea& area = session->area;
     EXPECT_TRUE(area.IsPrivate);
@@ -52,6 +51,7 @@ TEST_F(CurrentAreaTest, ReadsTheRecordWithOnlyNoMeaningNo)
     EXPECT_TRUE(area.FilePaths[1].empty());
     EXPECT_EQ(area.FilePaths[2], board.root() / "extra");
     EXPECT_EQ(area.FileListPath, fs::path(record.filesList));
+    EXPECT_TRUE(fs::is_directory(board.root() / "one" / "two" / "three"));
 }
 
 TEST_F(CurrentAreaTest, TracksForTheIndexOnlyAreasOutsideTheMasterIndex)
@@ -81,14 +81,6 @@ TEST_F(CurrentAreaTest, TracksForTheIndexOnlyAreasOutsideTheMasterIndex)
         EXPECT_EQ(session->area.TrackForIndex, c.tracked);
     }
     EXPECT_TRUE(fs::is_directory(board.root() / "index" / "deep"));
-}
-
-TEST_F(CurrentAreaTest, CreatesMissingAdditionalDirectoriesWithTheirParents)
-{
-    AreaRecord record = board.simpleRecord("extra");
-    record.alt[4] = (board.root() / "one" / "two" / "three").string();
-    ASSERT_TRUE(load(record));
-    EXPECT_TRUE(fs::is_directory(board.root() / "one" / "two" / "three"));
 }
 
 TEST_F(CurrentAreaTest, StopsWithTheFirstFailingChecksAlert)
@@ -180,4 +172,4 @@ TEST(MakeIndexList, HoldsEachAreaOnce)
 }
 
 } // namespace
-} // namespace Kelvane
+} // namespace Kelvane::Testing

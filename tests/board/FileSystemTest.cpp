@@ -8,30 +8,21 @@
 
 using namespace Qt::StringLiterals;
 
-namespace Kelvane {
+namespace Kelvane::Testing {
 namespace {
 
 namespace fs = std::filesystem;
-using Testing::ScriptedPort;
-using Testing::TestBoard;
 
 std::vector<fs::path> created;
-
-bool recordingMakeDirectory(const fs::path& path)
-{
-    std::error_code error;
-    const bool made = fs::create_directory(path, error);
-    if (made)
-        created.push_back(path);
-    return made;
-}
 
 TEST(FileSystem, MakePathCreatesEachMissingLevelInOrder)
 {
     TestBoard board;
     const fs::path deep = board.root() / "one" / "two" / "three";
-    created.clear();
-    setMakeDirectoryFunction(recordingMakeDirectory);
+    setMakeDirectoryFunction([](const fs::path& path) {
+        std::error_code error;
+        return fs::create_directory(path, error) && (created.push_back(path), true);
+    });
     EXPECT_TRUE(MakePath(deep));
     EXPECT_TRUE(MakePath(deep)); // exists: nothing more to make
     setMakeDirectoryFunction(nullptr);
@@ -135,4 +126,4 @@ TEST(FileSystem, ShortPathOfGivesTheAliasOrTheBlankFallBack)
 }
 
 } // namespace
-} // namespace Kelvane
+} // namespace Kelvane::Testing

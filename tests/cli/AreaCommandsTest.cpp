@@ -3,16 +3,17 @@
 #include "board/BoardTool.h"
 #include "support/TestBoard.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <fstream>
 
-namespace Kelvane {
+namespace Kelvane::Testing {
 namespace {
 
+using ::testing::HasSubstr;
+
 namespace fs = std::filesystem;
-using Testing::runKelvane;
-using Testing::TestBoard;
 
 const std::string List = "GAME.ZIP         1234 05-17-96 A game in \xE9t\xE9" + std::string(32, ' ')
     + "\r\n"
@@ -50,9 +51,9 @@ TEST_F(AreaCommandsTest, ShowPrintsTheEntriesAsRead)
               "      \"size\": 99,\n      \"date\": \"01-02-97\",\n      \"description\": [\n"
               "        \"A tool\"\n      ]\n    }\n  ]\n}\n");
     const auto text = runKelvane({ "show", "1", "--main-node", node });
-    EXPECT_NE(text.out.find("GAME.ZIP          1234 05-17-96  A game in \xC3\xA9t\xC3\xA9\n" + std::string(34, ' ')
-                            + "second"),
-              std::string::npos)
+    EXPECT_THAT(
+        text.out,
+        HasSubstr("GAME.ZIP          1234 05-17-96  A game in \xC3\xA9t\xC3\xA9\n" + std::string(34, ' ') + "second"))
         << text.out;
 }
 
@@ -62,14 +63,14 @@ TEST_F(AreaCommandsTest, RewriteSavesThroughTheWriterAndKeepsTheBackup)
     EXPECT_EQ(result.status, 0) << result.err;
     EXPECT_EQ(TestBoard::readFile(files / "FILES.LST"), List);
     EXPECT_EQ(TestBoard::readFile(files / "FILES.BAK"), List);
-    EXPECT_NE(result.err.find("Kelvane Information\n  Changes were saved to "), std::string::npos);
+    EXPECT_THAT(result.err, HasSubstr("Kelvane Information\n  Changes were saved to "));
 }
 
 TEST_F(AreaCommandsTest, AreasListsTheBoardFromTheSettingsStore)
 {
     const auto unset = runKelvane({ "areas" });
     EXPECT_EQ(unset.status, 1);
-    EXPECT_NE(unset.err.find("You have not defined Vandor Main Node's Path!"), std::string::npos);
+    EXPECT_THAT(unset.err, HasSubstr("You have not defined Vandor Main Node's Path!"));
 
     std::ofstream(board.root() / "Vandor.ini") << "[Vandor Startup]\nVandor Main Path=" << node << "\n";
     const auto listed = runKelvane({ "areas" });
@@ -105,9 +106,9 @@ TEST_F(AreaCommandsTest, FailuresEndWithOneLineAndTheirStatus)
     fs::remove_all(files);
     const auto missing = runKelvane({ "rewrite", "1", "--main-node", node });
     EXPECT_EQ(missing.status, 1);
-    EXPECT_NE(missing.err.find("There is no File Area Path Defined"), std::string::npos);
+    EXPECT_THAT(missing.err, HasSubstr("There is no File Area Path Defined"));
     EXPECT_EQ(runKelvane({}).status, 0);
 }
 
 } // namespace
-} // namespace Kelvane
+} // namespace Kelvane::Testing

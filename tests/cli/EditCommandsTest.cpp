@@ -4,16 +4,18 @@
 #include "platform/CodePage.h"
 #include "support/TestBoard.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <map>
 
-namespace Kelvane {
+namespace Kelvane::Testing {
 namespace {
 
+using ::testing::HasSubstr;
+using ::testing::Not;
+
 namespace fs = std::filesystem;
-using Testing::runKelvane;
-using Testing::TestBoard;
 
 // Every file under a directory with its bytes and mode, to tell whether anything changed.
 std::map<std::string, std::string> snapshot(const fs::path& root)
@@ -75,15 +77,15 @@ TEST_F(EditCommandsTest, ScanAddsTheNewFilesAndSaves)
 {
     const auto result = kelvane({ "scan", "1" });
     EXPECT_EQ(result.status, 0) << result.err;
-    EXPECT_NE(result.out.find("added NEWTOOL.ZIP\n"), std::string::npos) << result.out;
+    EXPECT_THAT(result.out, HasSubstr("added NEWTOOL.ZIP\n")) << result.out;
     const std::string list = TestBoard::readFile(utils / "FILES.LST");
-    EXPECT_NE(list.find("NEWTOOL.ZIP "), std::string::npos);
-    EXPECT_NE(list.find("LONGFI~1.ZIP "), std::string::npos) << list; // the long name as its alias
+    EXPECT_THAT(list, HasSubstr("NEWTOOL.ZIP "));
+    EXPECT_THAT(list, HasSubstr("LONGFI~1.ZIP ")) << list; // the long name as its alias
     EXPECT_TRUE(fs::exists(utils / "FILES.BAK"));
 
     const auto again = kelvane({ "scan", "1" });
     EXPECT_EQ(again.status, 0);
-    EXPECT_NE(again.err.find("No new files were found at this time."), std::string::npos);
+    EXPECT_THAT(again.err, HasSubstr("No new files were found at this time."));
 }
 
 TEST_F(EditCommandsTest, QuestionsAndRefusalsEndWithStatusOne)
@@ -105,7 +107,7 @@ TEST_F(EditCommandsTest, QuestionsAndRefusalsEndWithStatusOne)
     for (const Case& c : cases) {
         const auto result = kelvane(c.arguments);
         EXPECT_EQ(result.status, 1) << c.arguments.front();
-        EXPECT_NE(result.err.find(c.error), std::string::npos) << result.err;
+        EXPECT_THAT(result.err, HasSubstr(c.error)) << result.err;
     }
     EXPECT_EQ(snapshot(demo), before);
 }
@@ -118,18 +120,18 @@ TEST_F(EditCommandsTest, EditsReachTheListOnDisk)
     EXPECT_LT(list.find("GONE.TXT"), list.find("README.TXT"));
 
     EXPECT_EQ(kelvane({ "strip-uploaders", "1" }).status, 0);
-    EXPECT_EQ(TestBoard::readFile(utils / "FILES.LST").find("Uploaded By"), std::string::npos);
+    EXPECT_THAT(TestBoard::readFile(utils / "FILES.LST"), Not(HasSubstr("Uploaded By")));
 
     const auto refreshed = kelvane({ "refresh", "1", "--sizes" });
     EXPECT_EQ(refreshed.status, 1); // two listed files are gone
-    EXPECT_NE(refreshed.err.find("Files listed below were not found!"), std::string::npos);
+    EXPECT_THAT(refreshed.err, HasSubstr("Files listed below were not found!"));
     list = TestBoard::readFile(utils / "FILES.LST");
-    EXPECT_NE(list.find("README.TXT         40 "), std::string::npos) << list;
+    EXPECT_THAT(list, HasSubstr("README.TXT         40 ")) << list;
 
     const auto deleted = kelvane({ "delete", "1", "readme.txt", "--yes" });
     EXPECT_EQ(deleted.status, 0) << deleted.err;
     EXPECT_FALSE(fs::exists(utils / "README.TXT"));
-    EXPECT_EQ(TestBoard::readFile(utils / "FILES.LST").find("README.TXT"), std::string::npos);
+    EXPECT_THAT(TestBoard::readFile(utils / "FILES.LST"), Not(HasSubstr("README.TXT")));
 }
 
 TEST_F(EditCommandsTest, MoveAndTheIndexOfATrackedArea)
@@ -141,11 +143,11 @@ TEST_F(EditCommandsTest, MoveAndTheIndexOfATrackedArea)
     EXPECT_EQ(moved.status, 0) << moved.err;
     EXPECT_TRUE(fs::exists(uploads / "ARCHIVER.ZIP"));
     EXPECT_FALSE(fs::exists(utils / "ARCHIVER.ZIP"));
-    EXPECT_NE(TestBoard::readFile(uploads / "FILES.LST").find("ARCHIVER.ZIP"), std::string::npos);
-    EXPECT_EQ(TestBoard::readFile(utils / "FILES.LST").find("ARCHIVER.ZIP"), std::string::npos);
+    EXPECT_THAT(TestBoard::readFile(uploads / "FILES.LST"), HasSubstr("ARCHIVER.ZIP"));
+    EXPECT_THAT(TestBoard::readFile(utils / "FILES.LST"), Not(HasSubstr("ARCHIVER.ZIP")));
 
     const auto scanned = kelvane({ "scan", "5" });
-    EXPECT_NE(scanned.err.find("kelvane index 5 rebuilds them later"), std::string::npos) << scanned.err;
+    EXPECT_THAT(scanned.err, HasSubstr("kelvane index 5 rebuilds them later")) << scanned.err;
     EXPECT_FALSE(fs::exists(uploads / "UPLOADS.IDX"));
     const auto indexed = kelvane({ "index", "5" });
     EXPECT_EQ(indexed.status, 0) << indexed.err;
@@ -157,13 +159,11 @@ TEST_F(EditCommandsTest, CheckReportsWhereListAndDirectoriesDisagree)
 {
     const auto text = kelvane({ "check", "1" });
     EXPECT_EQ(text.status, 1);
-    EXPECT_NE(text.out.find("Entries whose file is in no directory:\n  OLDTOOL.ZIP\n  GONE.TXT\n"), std::string::npos)
-        << text.out;
-    EXPECT_NE(text.out.find("NEWTOOL.ZIP"), std::string::npos);
+    EXPECT_THAT(text.out, HasSubstr("Entries whose file is in no directory:\n  OLDTOOL.ZIP\n  GONE.TXT\n")) << text.out;
+    EXPECT_THAT(text.out, HasSubstr("NEWTOOL.ZIP"));
     const auto json = kelvane({ "check", "1", "--json" });
-    EXPECT_NE(json.out.find("\"clean\": false"), std::string::npos);
-    EXPECT_NE(json.out.find("\"missing_files\": [\n    \"OLDTOOL.ZIP\",\n    \"GONE.TXT\"\n  ]"), std::string::npos)
-        << json.out;
+    EXPECT_THAT(json.out, HasSubstr("\"clean\": false"));
+    EXPECT_THAT(json.out, HasSubstr("\"missing_files\": [\n    \"OLDTOOL.ZIP\",\n    \"GONE.TXT\"\n  ]")) << json.out;
     EXPECT_EQ(kelvane({ "check", "6" }).status, 0);
 }
 
@@ -214,11 +214,11 @@ TEST_F(EditCommandsTest, AListTheBoardChangedMeanwhileIsOverwrittenOnlyWithYes)
         const std::string after = TestBoard::readFile(list);
         if (yes) {
             EXPECT_EQ(status, 0) << board.str();
-            EXPECT_EQ(after.find("UPLOAD.ZIP"), std::string::npos) << "overwritten, as --yes asked";
-            EXPECT_EQ(after.find("README.TXT"), std::string::npos);
+            EXPECT_THAT(after, Not(HasSubstr("UPLOAD.ZIP"))) << "overwritten, as --yes asked";
+            EXPECT_THAT(after, Not(HasSubstr("README.TXT")));
         } else {
             EXPECT_EQ(status, 1);
-            EXPECT_NE(board.str().find("was changed on disk since it was read; nothing was saved"), std::string::npos)
+            EXPECT_THAT(board.str(), HasSubstr("was changed on disk since it was read; nothing was saved"))
                 << board.str();
             EXPECT_EQ(after, before + upload) << "the board's entry is kept and nothing is written";
         }
@@ -226,4 +226,4 @@ TEST_F(EditCommandsTest, AListTheBoardChangedMeanwhileIsOverwrittenOnlyWithYes)
 }
 
 } // namespace
-} // namespace Kelvane
+} // namespace Kelvane::Testing

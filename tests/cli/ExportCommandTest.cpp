@@ -6,12 +6,10 @@
 
 #include <fstream>
 
-namespace Kelvane {
+namespace Kelvane::Testing {
 namespace {
 
 namespace fs = std::filesystem;
-using Testing::runKelvane;
-using Testing::TestBoard;
 
 TEST(ExportCommand, WritesTheListAsJsonCsvAndTextThroughTheCodePage)
 {
@@ -73,4 +71,4 @@ TEST(ExportCommand, WritesTheListAsJsonCsvAndTextThroughTheCodePage)
 }
 
 } // namespace
-} // namespace Kelvane
+} // namespace Kelvane::Testing

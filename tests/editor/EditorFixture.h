@@ -44,13 +44,7 @@ protected:
             table.setSelected(index, true);
     }
 
-    std::vector<std::string> names() const
-    {
-        std::vector<std::string> result;
-        for (const Entry& entry : table.entries())
-            result.push_back(entry.FileName);
-        return result;
-    }
+    std::vector<std::string> names() const { return namesOf(table.entries()); }
 
     static Entry entry(const std::string& name, const std::string& description = "text\r\n")
     {

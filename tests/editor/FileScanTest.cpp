@@ -8,16 +8,12 @@
 
 using namespace Qt::StringLiterals;
 
-namespace Kelvane {
+namespace Kelvane::Testing {
 namespace {
 
 namespace fs = std::filesystem;
-using Testing::EditorFixture;
-using Testing::TestBoard;
 
-class FileScanTest : public EditorFixture
-{
-};
+using FileScanTest = EditorFixture;
 
 TEST_F(FileScanTest, AddsOnlyFilesTheListDoesNotHold)
 {
@@ -86,12 +82,6 @@ TEST(Description, KeepsTheFirstTwentyNonBlankLinesCutTo45)
     EXPECT_TRUE(isReadDizArchiveName("A.LZH"));
 }
 
-} // namespace
-} // namespace Kelvane
-
-namespace Kelvane {
-namespace {
-
 TEST_F(FileScanTest, DescriptionsComeFromTheArchives)
 {
     std::string longDiz;
@@ -134,4 +124,4 @@ TEST_F(FileScanTest, ReadDizReplacesTheSelectedDescriptions)
 }
 
 } // namespace
-} // namespace Kelvane
+} // namespace Kelvane::Testing

@@ -19,12 +19,10 @@
 
 using namespace std::string_literals;
 
-namespace Kelvane {
+namespace Kelvane::Testing {
 namespace {
 
 namespace fs = std::filesystem;
-using Testing::ScriptedPort;
-using Testing::TestBoard;
 
 const std::string NoRecord(15, '\0');
 
@@ -215,4 +213,4 @@ TEST(MatchesPattern, StarsStandForAnyRunOfCharacters)
 }
 
 } // namespace
-} // namespace Kelvane
+} // namespace Kelvane::Testing

@@ -1,6 +1,5 @@
 #include "platform/ShortNames.h"
 
-#include <QElapsedTimer>
 #include <QSet>
 
 #include <gtest/gtest.h>
@@ -214,11 +213,7 @@ TEST(ShortNamesTest, HundredThousandNamesSharingABase)
     std::vector<QString> names;
     for (int number = 0; number < 100'000; ++number)
         names.push_back(u"Long file name number %1.zip"_s.arg(number));
-    QElapsedTimer timer;
-    timer.start();
     expectConsistent(names, CodePage::windows1252(), false);
-    // A pass that compared names pairwise would take minutes here.
-    EXPECT_LT(timer.elapsed(), 10'000);
 }
 
 } // namespace

@@ -2,14 +2,10 @@
 
 #include "sortmove/MoveFiles.h"
 
-using namespace Qt::StringLiterals;
-
-namespace Kelvane {
+namespace Kelvane::Testing {
 namespace {
 
 namespace fs = std::filesystem;
-using Testing::EditorFixture;
-using Testing::TestBoard;
 
 class MoveFilesTest : public EditorFixture
 {
@@ -114,4 +110,4 @@ TEST_F(MoveFilesTest, CancelStopsBeforeTheNextEntry)
 }
 
 } // namespace
-} // namespace Kelvane
+} // namespace Kelvane::Testing

@@ -4,10 +4,8 @@
 
 using namespace Qt::StringLiterals;
 
-namespace Kelvane {
+namespace Kelvane::Testing {
 namespace {
-
-using Testing::EditorFixture;
 
 class SortViewTest : public EditorFixture
 {
@@ -29,20 +27,6 @@ protected:
         return result;
     }
 };
-
-TEST_F(SortViewTest, TheToggleFlipsOnEveryClickAndMeansOppositeDirections)
-{
-    loadSizes({ { "b", " 20" }, { "C", " 10" }, { "a", " 30" } });
-    SortView view(*session, table);
-    view.columnClick(SortView::Size); // toggle true: sizes ascending
-    EXPECT_EQ(shown(view), (std::vector<std::string> { "C", "b", "a" }));
-    EXPECT_EQ(view.status(), u"Last Item Sorted: File Size"_s);
-    view.columnClick(SortView::Size);
-    EXPECT_EQ(shown(view), (std::vector<std::string> { "a", "b", "C" }));
-    view.columnClick(SortView::FileName); // toggle true again: names descending, ignoring case
-    EXPECT_EQ(shown(view), (std::vector<std::string> { "C", "b", "a" }));
-    EXPECT_TRUE(session->ChangesMade);
-}
 
 TEST_F(SortViewTest, TheDescriptionColumnOnlyReordersInTextSortMode)
 {
@@ -109,18 +93,5 @@ TEST_F(SortViewTest, BadCellsAreReportedAndCountAsZero)
     EXPECT_EQ(sizeSortValue("12x"), std::nullopt);
 }
 
-TEST_F(SortViewTest, WriteBackStoresTheShownOrderAndCutsLongDescriptions)
-{
-    load({ { "B", " 2", "", std::string(1100, 'x') }, { "A", " 1", "", "trailing   " } }, { 0, 1 });
-    SortView view(*session, table);
-    view.columnClick(SortView::Size);
-    view.writeBack();
-    EXPECT_EQ(names(), (std::vector<std::string> { "A", "B" }));
-    EXPECT_EQ(table.at(0).Description, "trailing");
-    EXPECT_EQ(table.at(1).Description.size(), 1023u);
-    EXPECT_FALSE(table.anySelected());
-    EXPECT_EQ(view.status(), u"Click Title Column Bar above to sort that area"_s);
-}
-
 } // namespace
-} // namespace Kelvane
+} // namespace Kelvane::Testing

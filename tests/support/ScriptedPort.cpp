@@ -25,7 +25,6 @@ ScriptedPort::~ScriptedPort()
 
 ScriptedPort& ScriptedPort::expect(const MessageBox& box, Answer answer)
 {
-    QString text = box.text;
     m_expected.push_back(
         { [box](const MessageBox& shown) { return shown == box; }, QString::fromStdString(describe(box)), answer });
     return *this;

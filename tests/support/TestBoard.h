@@ -1,6 +1,7 @@
 #pragma once
 
 #include "board/AreaRecords.h"
+#include "board/FilesList.h"
 #include "board/Session.h"
 
 #include <QTemporaryDir>
@@ -9,6 +10,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace Kelvane::Testing {
 
@@ -40,5 +42,14 @@ private:
     QByteArray m_oldSettings;
     QByteArray m_oldHome;
 };
+
+/// The names of entries, in their order.
+inline std::vector<std::string> namesOf(const EntryList& entries)
+{
+    std::vector<std::string> names;
+    for (const Entry& entry : entries)
+        names.push_back(entry.FileName);
+    return names;
+}
 
 } // namespace Kelvane::Testing
