@@ -1,4 +1,5 @@
 #include "accessories/AviFiles.h"
+#include "accessories/AviReader.h"
 
 #include "platform/FileNames.h"
 
@@ -31,7 +32,6 @@ constexpr quint32 MicrosecondsPerFrame = 100'000; // ten frames a second
 
 constexpr quint32 HasIndex = 0x10; // AVIF_HASINDEX
 constexpr quint32 KeyFrame = 0x10; // AVIIF_KEYFRAME
-constexpr quint32 Rle8Frames = 1; // BI_RLE8
 
 // The few colours the drawings use; every frame is painted without antialiasing, so each
 // pixel is exactly one of them and the frames index this table.

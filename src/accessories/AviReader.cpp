@@ -15,7 +15,6 @@ constexpr qint64 MaximumPixels = 16 * 1024 * 1024; // over all the frames togeth
 constexpr int MaximumNesting = 8;
 
 constexpr quint32 PlainFrames = 0; // BI_RGB
-constexpr quint32 Rle8Frames = 1; // BI_RLE8
 constexpr qint64 BitmapHeaderSize = 40;
 
 struct VideoFormat

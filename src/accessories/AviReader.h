@@ -7,6 +7,9 @@
 
 namespace Kelvane {
 
+/// The compression code (BI_RLE8) of 8-bit frames stored as runs.
+inline constexpr quint32 Rle8Frames = 1;
+
 /// The video of an AVI file, decoded: every frame as a whole picture, in play order.
 struct AviClip
 {

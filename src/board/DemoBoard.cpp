@@ -95,7 +95,7 @@ std::string sizeOf(const fs::path& file)
     return Str(static_cast<double>(fs::file_size(file)));
 }
 
-struct Listed
+struct DemoFile
 {
     std::string name;
     std::string size;
@@ -103,10 +103,10 @@ struct Listed
     std::vector<std::string> description;
 };
 
-void writeFilesList(const fs::path& file, const std::vector<Listed>& listed)
+void writeFilesList(const fs::path& file, const std::vector<DemoFile>& listed)
 {
     std::vector<Entry> entries;
-    for (const Listed& item : listed) {
+    for (const DemoFile& item : listed) {
         std::string description;
         for (const std::string& line : item.description)
             description += line + "\r\n";

@@ -34,7 +34,6 @@ namespace {
 constexpr std::size_t NameWidth = 12;
 constexpr std::size_t SizeWidth = 9;
 constexpr std::size_t DateWidth = 10;
-constexpr std::size_t LineWidth = 45;
 constexpr std::size_t AliasTilde = 6; // "ABCDEF~1.ZIP": the tilde of an alias stands at column 7
 constexpr std::string_view Continuation = "                               "; // 31 blanks
 constexpr std::size_t WriteChunk = 1 << 20;
@@ -130,7 +129,7 @@ FilesListFormat::Parsed FilesListFormat::parse(std::string_view data, const Alia
             // A continuation line; those before the first entry have no entry to belong to.
             if (!entries.empty()) {
                 std::string& description = entries.back().Description;
-                description.append(rtrimSpaces(mid(line, 32, LineWidth)));
+                description.append(rtrimSpaces(mid(line, 32, FilesListFormat::DescriptionWidth)));
                 description.append("\r\n");
             }
             return;
@@ -145,7 +144,7 @@ FilesListFormat::Parsed FilesListFormat::parse(std::string_view data, const Alia
         entry.Size = sizeAsRead(rtrimSpaces(mid(line, 14, 8)));
         const std::string_view date = rtrimSpaces(mid(line, 23, 9));
         entry.Date = date.find("\r\n") == std::string_view::npos ? std::string(date) : removeAll(date, "\r\n");
-        const std::string_view first = rtrimSpaces(mid(line, 32, LineWidth));
+        const std::string_view first = rtrimSpaces(mid(line, 32, FilesListFormat::DescriptionWidth));
         entry.Description.reserve(first.size() + 2);
         entry.Description.append(first);
         entry.Description.append("\r\n");
@@ -156,11 +155,11 @@ FilesListFormat::Parsed FilesListFormat::parse(std::string_view data, const Alia
 std::pair<std::string_view, std::string_view> FilesListFormat::splitDescriptionLine(std::string_view text)
 {
     const std::size_t cr = text.find('\r');
-    if (cr != std::string_view::npos && cr <= LineWidth) // a CR at column 1 to 46
+    if (cr != std::string_view::npos && cr <= FilesListFormat::DescriptionWidth) // a CR at column 1 to 46
         return { text.substr(0, cr), text.substr(cr + 1) };
-    if (text.size() >= LineWidth) {
-        const std::size_t space = text.substr(0, LineWidth).rfind(' ');
-        const std::size_t cut = space == std::string_view::npos ? LineWidth : space + 1;
+    if (text.size() >= FilesListFormat::DescriptionWidth) {
+        const std::size_t space = text.substr(0, FilesListFormat::DescriptionWidth).rfind(' ');
+        const std::size_t cut = space == std::string_view::npos ? FilesListFormat::DescriptionWidth : space + 1;
         return { text.substr(0, cut), text.substr(cut) };
     }
     return { text, {} };
@@ -211,12 +210,12 @@ bool FilesListFormat::format(const std::vector<Entry>& entries, const ShortNamer
         if (rest.empty())
             rest = "No Description";
         auto [line, remaining] = splitDescriptionLine(rest);
-        appendPadded(out, line, LineWidth);
+        appendPadded(out, line, FilesListFormat::DescriptionWidth);
         out.append("\r\n");
         while (!remaining.empty()) {
             std::tie(line, remaining) = splitDescriptionLine(remaining);
             out.append(Continuation);
-            appendPadded(out, line, LineWidth);
+            appendPadded(out, line, FilesListFormat::DescriptionWidth);
             out.append("\r\n");
         }
         if (out.size() >= WriteChunk) {

@@ -34,6 +34,9 @@ using EntryList = std::vector<Entry>;
 /// line in 32-76; a continuation line holds 31 blanks and one more description line.
 namespace FilesListFormat {
 
+/// The columns of one description line (32-76).
+inline constexpr std::size_t DescriptionWidth = 45;
+
 /// The long name an 8.3 alias stands for, as found on disk, or nothing.
 using AliasResolver = std::function<std::optional<std::string>(std::string_view alias)>;
 /// The name a name longer than 12 characters is written as.

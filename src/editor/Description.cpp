@@ -17,7 +17,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::size_t LineWidth = 45;
 constexpr int MaximumLines = 20;
 
 bool endsWithOtherArchive(std::string_view name)
@@ -53,7 +52,7 @@ std::string descriptionFromDiz(std::string_view text)
         line = rtrimSpaces(line);
         if (line.empty() || ++counted > MaximumLines)
             return;
-        description.append(rtrimSpaces(line.substr(0, LineWidth)));
+        description.append(rtrimSpaces(line.substr(0, FilesListFormat::DescriptionWidth)));
         description.append("\r\n");
     });
     return description;

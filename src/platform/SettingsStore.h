@@ -8,6 +8,18 @@ class QSettings;
 
 namespace Kelvane {
 
+/// The sections of the settings file: the board's own, which holds its main path, and
+/// Kelvane's.
+inline const QString VandorStartup = QStringLiteral("Vandor Startup");
+inline const QString KelvaneStartup = QStringLiteral("Kelvane Startup");
+
+/// "MainWindowState" in Kelvane's section: how the main frame opens.
+namespace MainWindowState {
+inline constexpr int Normal = 0;
+inline constexpr int Minimized = 1;
+inline constexpr int Maximized = 2;
+} // namespace MainWindowState
+
 /// The per-user settings store shared with the board's own tools: values by application,
 /// section and key, always stored as strings.
 ///

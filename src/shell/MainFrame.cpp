@@ -40,12 +40,8 @@ namespace Kelvane {
 
 namespace {
 
-const QString KelvaneStartup = u"Kelvane Startup"_s;
-const QString VandorStartup = u"Vandor Startup"_s;
 const QString MainPathKey = u"Vandor Main Path"_s;
 const QString EditorCaption = u"Editing File Area: "_s;
-constexpr int StateMinimized = 1;
-constexpr int StateMaximized = 2;
 constexpr double DesignShare = 0.75; // the frame is designed at three quarters of the screen
 
 QIcon themeIcon(const QString& name, QStyle::StandardPixmap fallback)
@@ -299,10 +295,10 @@ void MainFrame::Load_MDIForm()
 void MainFrame::showAsSaved()
 {
     switch (m_settings.getInt(KelvaneStartup, u"MainWindowState"_s, 0)) {
-    case StateMinimized:
+    case MainWindowState::Minimized:
         showMinimized();
         break;
-    case StateMaximized:
+    case MainWindowState::Maximized:
         showMaximized();
         break;
     default:

@@ -28,11 +28,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-const QString KelvaneStartup = u"Kelvane Startup"_s;
-const QString VandorStartup = u"Vandor Startup"_s;
-constexpr int StateNormal = 0;
-constexpr int StateMaximized = 2;
-
 /// The entry of directory called name whatever its case, the exact spelling first.
 std::optional<fs::path> entryNamed(const fs::path& directory, const QString& name, bool directoriesOnly)
 {
@@ -150,10 +145,10 @@ void OptionsForm::formLoad()
         m_cmdApply->setEnabled(false);
         m_txtMainNode->setText(unicodeFromPath(session.area.MainNodePath));
         // Only the two states Options writes move the box; any other keeps it as it is.
-        const int state = store.getInt(KelvaneStartup, u"MainWindowState"_s, StateNormal);
-        if (state == StateNormal)
+        const int state = store.getInt(KelvaneStartup, u"MainWindowState"_s, MainWindowState::Normal);
+        if (state == MainWindowState::Normal)
             m_check1->setChecked(false);
-        else if (state == StateMaximized)
+        else if (state == MainWindowState::Maximized)
             m_check1->setChecked(true);
         // The scan's real-file-dates switch gets its value here, not at start-up: until
         // Options is first opened in a run the scan goes without it.
@@ -231,7 +226,8 @@ bool OptionsForm::UpDate_TBMainNode()
         const QString stored = rightTrimmed(path);
         session.area.MainNodePath = pathFromUnicode(stored);
         store.SaveSetting(VandorStartup, u"Vandor Main Path"_s, stored);
-        store.saveInt(KelvaneStartup, u"MainWindowState"_s, m_check1->isChecked() ? StateMaximized : StateNormal);
+        store.saveInt(KelvaneStartup, u"MainWindowState"_s,
+                      m_check1->isChecked() ? MainWindowState::Maximized : MainWindowState::Normal);
         session.RealFileDates = m_check2->isChecked();
         store.saveBool(KelvaneStartup, u"RealFileDates"_s, session.RealFileDates);
         if (m_cboCodePage->isEnabled()) {

@@ -140,10 +140,7 @@ TEST(Archives, DamagedAndForeignFilesAreUnreadable)
 
 TEST(Archives, ReadsTheSharedArchivesWithAndWithout7Zip)
 {
-    const QByteArray variable = qgetenv("KELVANE_SHARED_TESTDATA");
-    const fs::path shared = (variable.isEmpty() ? fs::path(__FILE__).parent_path() / "../../../shared/testdata"
-                                                : fs::path(variable.toStdString()))
-        / "archives";
+    const fs::path shared = fs::path(KELVANE_SHARED_TESTDATA) / "archives";
     ASSERT_TRUE(fs::is_directory(shared)) << "shared test archives missing: " << shared;
     const QString sevenZip = QStandardPaths::findExecutable(u"7zz"_s);
     ASSERT_FALSE(sevenZip.isEmpty()) << "these cases need 7-Zip (Debian package 7zip)";

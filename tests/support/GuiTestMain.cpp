@@ -1,3 +1,5 @@
+#include "support/RuntimeDirectory.h"
+
 #include <QApplication>
 #include <gtest/gtest.h>
 
@@ -23,6 +25,7 @@ int main(int argc, char* argv[])
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     qtHandler = qInstallMessageHandler(filterPlatformNotes);
+    Kelvane::Testing::RuntimeDirectory runtimeDirectory;
     QApplication application(argc, argv);
     ::testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
