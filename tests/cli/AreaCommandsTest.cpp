@@ -1,5 +1,6 @@
 #include "cli/CliRunner.h"
 
+#include "board/AreaRecords.h"
 #include "board/BoardTool.h"
 #include "support/TestBoard.h"
 
@@ -38,7 +39,7 @@ protected:
     std::string node;
 };
 
-TEST_F(AreaCommandsTest, ShowPrintsTheEntriesAsRead)
+TEST_F(AreaCommandsTest, ShowPrintsTheEntriesAsReadAndRewriteKeepsThem)
 {
     const auto json = runKelvane({ "show", "Games & More", "--main-node", node, "--json" });
     EXPECT_EQ(json.status, 0) << json.err;
@@ -55,10 +56,8 @@ TEST_F(AreaCommandsTest, ShowPrintsTheEntriesAsRead)
         text.out,
         HasSubstr("GAME.ZIP          1234 05-17-96  A game in \xC3\xA9t\xC3\xA9\n" + std::string(34, ' ') + "second"))
         << text.out;
-}
 
-TEST_F(AreaCommandsTest, RewriteSavesThroughTheWriterAndKeepsTheBackup)
-{
+    // Rewrite saves the same bytes through the writer, keeping the old list as the backup.
     const auto result = runKelvane({ "rewrite", "1", "--main-node", node });
     EXPECT_EQ(result.status, 0) << result.err;
     EXPECT_EQ(TestBoard::readFile(files / "FILES.LST"), List);
@@ -66,7 +65,7 @@ TEST_F(AreaCommandsTest, RewriteSavesThroughTheWriterAndKeepsTheBackup)
     EXPECT_THAT(result.err, HasSubstr("Kelvane Information\n  Changes were saved to "));
 }
 
-TEST_F(AreaCommandsTest, AreasListsTheBoardFromTheSettingsStore)
+TEST_F(AreaCommandsTest, AreasListsTheBoardFromTheSettingsStoreAndFailuresEndWithOneLine)
 {
     const auto unset = runKelvane({ "areas" });
     EXPECT_EQ(unset.status, 1);
@@ -77,10 +76,7 @@ TEST_F(AreaCommandsTest, AreasListsTheBoardFromTheSettingsStore)
     EXPECT_EQ(listed.status, 0) << listed.err;
     EXPECT_EQ(listed.out.substr(0, 24), "   1  Games & More\n     ");
     EXPECT_EQ(runKelvane({ "areas", "--json" }).out.substr(0, 40), "[\n  {\n    \"number\": 1,\n    \"title\": \"Gam");
-}
 
-TEST_F(AreaCommandsTest, FailuresEndWithOneLineAndTheirStatus)
-{
     struct Case
     {
         std::vector<std::string> arguments;
@@ -89,9 +85,6 @@ TEST_F(AreaCommandsTest, FailuresEndWithOneLineAndTheirStatus)
     };
     const std::vector<Case> cases = {
         { { "show", "7", "--main-node", node }, 1, "kelvane: there is no area \"7\" on this board (it has 1)\n" },
-        { { "show", "Nothing", "--main-node", node },
-          1,
-          "kelvane: there is no area \"Nothing\" on this board (it has 1)\n" },
         { { "show", "1", "--main-node", (board.root() / "nowhere").string() },
           1,
           "Kelvane Alert!\n  Unable to Find/Open \n" },
@@ -108,6 +101,139 @@ TEST_F(AreaCommandsTest, FailuresEndWithOneLineAndTheirStatus)
     EXPECT_EQ(missing.status, 1);
     EXPECT_THAT(missing.err, HasSubstr("There is no File Area Path Defined"));
     EXPECT_EQ(runKelvane({}).status, 0);
+}
+
+TEST_F(AreaCommandsTest, BoardBuildsABoardRecordByRecord)
+{
+    const std::string node = (board.root() / "new").string();
+    EXPECT_EQ(runKelvane({ "board", "init", node }).status, 0);
+    const fs::path file = fs::path(node) / "Mwork" / "Farea.dat";
+    EXPECT_EQ(fs::file_size(file), 0u);
+
+    const auto added
+        = runKelvane({ "board", "add", node, "--title", "Utilities", "--path", "/srv/utils", "--alt", "/srv/u2",
+                       "--alt", "/srv/u3", "--index", "/srv/idx/U.IDX", "--cdrom", "no", "--offline", "" });
+    EXPECT_EQ(added.status, 0) << added.err;
+    EXPECT_EQ(added.out, "1\n");
+    EXPECT_EQ(
+        runKelvane({ "board", "add", node, "--title", "Games", "--path", "/srv/games", "--list", "/srv/g.lst" }).out,
+        "2\n");
+    EXPECT_EQ(runKelvane({ "board", "set", node, "2", "--master", "Yes", "--disc", "7" }).status, 0);
+
+    const std::vector<AreaRecord> records = AreaRecordFormat::readFile(file);
+    ASSERT_EQ(records.size(), 2u);
+    AreaRecord first;
+    first.title = "Utilities";
+    first.path = "/srv/utils";
+    first.alt[0] = "/srv/u2";
+    first.alt[1] = "/srv/u3";
+    first.filesList = "/srv/utils/FILES.LST";
+    first.index = "/srv/idx/U.IDX";
+    first.cdrom = "no";
+    first.offline = "";
+    EXPECT_EQ(records[0], first);
+    EXPECT_EQ(records[1].filesList, "/srv/g.lst");
+    EXPECT_EQ(records[1].master, "Yes");
+    EXPECT_EQ(records[1].disc, 7);
+
+    const auto shown = runKelvane({ "board", "show", node, "--json" });
+    EXPECT_EQ(shown.status, 0);
+    EXPECT_THAT(
+        shown.out,
+        HasSubstr(
+            "\"number\": 2,\n    \"title\": \"Games\",\n    \"path\": \"/srv/games\",\n    \"alt\": [\n      \"\","));
+    EXPECT_THAT(shown.out, HasSubstr("\"master\": \"Yes\",\n    \"disc\": 7\n  }\n]\n"));
+    EXPECT_THAT(runKelvane({ "board", "show", node }).out,
+                HasSubstr("   1  Utilities\n      files:  /srv/utils\n      alt 1:  /srv/u2\n"));
+}
+
+TEST_F(AreaCommandsTest, BoardRefusesWhatDoesNotFitAndLeavesTheFileAsItWas)
+{
+    const fs::path file = board.mainNode() / "Mwork" / "Farea.dat";
+    const std::string before = TestBoard::readFile(file);
+    struct Case
+    {
+        std::vector<std::string> arguments;
+        int status;
+        std::string error;
+    };
+    const std::vector<Case> cases = {
+        { { "board", "add", node, "--title", std::string(61, 'T'), "--path", "/srv" },
+          1,
+          "kelvane: Title is 61 characters long; the field holds at most 60\n" },
+        { { "board", "set", node, "1", "--title", "\xe4\xb8\xad" },
+          1,
+          "kelvane: Title holds \"\xe4\xb8\xad\" (U+4e2d), which the code page Windows-1252 cannot store\n" },
+        { { "board", "set", node, "9", "--title", "x" }, 1, "kelvane: there is no area 9 on this board (it has 1)\n" },
+        { { "board", "add", node, "--title", "No path" }, 2, "" },
+    };
+    for (const Case& c : cases) {
+        const auto result = runKelvane(c.arguments);
+        EXPECT_EQ(result.status, c.status) << result.err;
+        if (!c.error.empty()) {
+            EXPECT_EQ(result.err, c.error);
+        }
+        EXPECT_EQ(TestBoard::readFile(file), before);
+    }
+    TestBoard::writeFile(file, before + "x");
+    const auto damaged = runKelvane({ "board", "show", node });
+    EXPECT_EQ(damaged.status, 1);
+    EXPECT_EQ(damaged.err,
+              "kelvane: Farea.dat is damaged: its size, 2049 bytes, is not a whole number of 2048-byte area records\n");
+}
+
+TEST_F(AreaCommandsTest, ExportWritesTheListAsJsonCsvAndTextThroughTheCodePage)
+{
+    TestBoard::writeFile(files / "My Game, Deluxe.zip", "data"); // its alias is MYGAME~1.ZIP
+    const std::string blank(31, ' ');
+    struct Case
+    {
+        std::string page, list, csv, text;
+    };
+    const std::vector<Case> cases = {
+        { "Windows-1252",
+          "CAF\xC9.ZIP         1234 05-17-96 Caf\xE9, \"au\" lait\r\n" + blank + "second line\r\n" + blank
+              + "\r\nMYGAME~1.ZIP        4 05-17-96 \r\n",
+          "CAF\xC3\x89.ZIP,1234,05-17-96,\"Caf\xC3\xA9, \"\"au\"\" lait\nsecond line\n\"\r\n"
+          "\"MY GAME, DELUXE.ZIP\",4,05-17-96,\r\n",
+          "CAF\xC3\x89.ZIP         1234 05-17-96 Caf\xC3\xA9, \"au\" lait\r\n" + blank + "second line\r\n" + blank
+              + "\r\nMYGAME~1.ZIP        4 05-17-96 \r\n" },
+        { "CP437", "CAF\x90.ZIP            7 05-17-96 caf\x82\r\n", "CAF\xC3\x89.ZIP,7,05-17-96,caf\xC3\xA9\r\n",
+          "CAF\xC3\x89.ZIP            7 05-17-96 caf\xC3\xA9\r\n" },
+    };
+    const fs::path output = board.root() / "out" / "export";
+    fs::create_directories(output.parent_path());
+    for (const Case& c : cases) {
+        std::ofstream(board.root() / "Vandor.ini") << "[Kelvane Startup]\nCodePage=" << c.page << "\n";
+        TestBoard::writeFile(files / "FILES.LST", c.list);
+        const auto exported = [&](const std::string& format, const std::string& to) {
+            const auto result
+                = runKelvane({ "export", "Games & More", "--main-node", node, "--format", format, "--output", to });
+            EXPECT_EQ(result.status, 0) << result.err;
+            return to == "-" ? result.out : TestBoard::readFile(to);
+        };
+        const std::string json = runKelvane({ "show", "1", "--main-node", node, "--json" }).out;
+        const std::vector<std::pair<std::string, std::string>> formats
+            = { { "json", json }, { "csv", "name,size,date,description\r\n" + c.csv }, { "text", c.text } };
+        for (const auto& [format, expected] : formats) {
+            EXPECT_EQ(exported(format, "-"), expected) << c.page << ' ' << format;
+            EXPECT_EQ(exported(format, output.string()), expected) << c.page << ' ' << format;
+            EXPECT_EQ(runKelvane({ "export", "1", "--main-node", node, "--format", format }).out, expected);
+            EXPECT_EQ(std::distance(fs::directory_iterator(output.parent_path()), {}), 1) << "a temporary was left";
+        }
+        EXPECT_EQ(TestBoard::readFile(files / "FILES.LST"), c.list);
+    }
+
+    fs::remove(output);
+    const auto unknown
+        = runKelvane({ "export", "Nothing", "--main-node", node, "--format", "csv", "--output", output.string() });
+    EXPECT_EQ(unknown.status, 1);
+    EXPECT_EQ(unknown.err, "kelvane: there is no area \"Nothing\" on this board (it has 1)\n");
+    EXPECT_FALSE(fs::exists(output));
+    fs::remove(files / "FILES.LST"); // a missing list exports empty and is not created
+    EXPECT_EQ(runKelvane({ "export", "1", "--main-node", node, "--format", "csv" }).out,
+              "name,size,date,description\r\n");
+    EXPECT_FALSE(fs::exists(files / "FILES.LST"));
 }
 
 } // namespace

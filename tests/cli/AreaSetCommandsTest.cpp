@@ -15,7 +15,6 @@ namespace Kelvane {
 namespace {
 
 namespace fs = std::filesystem;
-using Testing::runKelvane;
 using Testing::TestBoard;
 
 std::size_t count(const std::string& text, const std::string& piece)
@@ -52,8 +51,7 @@ protected:
 
     Testing::CliResult kelvane(std::vector<std::string> arguments)
     {
-        arguments.insert(arguments.end(), { "--main-node", node });
-        return runKelvane(arguments);
+        return Testing::runKelvaneOn(node, std::move(arguments));
     }
 
     std::map<std::string, std::string> snapshot() const

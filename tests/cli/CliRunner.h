@@ -30,4 +30,11 @@ inline CliResult runKelvane(std::vector<std::string> arguments, const std::strin
     return { status, out.str(), err.str() };
 }
 
+/// Runs the command line on the board whose main node is node.
+inline CliResult runKelvaneOn(const std::string& node, std::vector<std::string> arguments)
+{
+    arguments.insert(arguments.end(), { "--main-node", node });
+    return runKelvane(std::move(arguments));
+}
+
 } // namespace Kelvane::Testing

@@ -38,11 +38,7 @@ protected:
         utils = demo / "files" / "utils";
     }
 
-    Testing::CliResult kelvane(std::vector<std::string> arguments)
-    {
-        arguments.insert(arguments.end(), { "--main-node", node });
-        return runKelvane(arguments);
-    }
+    CliResult kelvane(std::vector<std::string> arguments) { return runKelvaneOn(node, std::move(arguments)); }
 
     TestBoard board;
     fs::path demo;
@@ -73,8 +69,17 @@ TEST_F(EditCommandsTest, ADryRunChangesNothing)
     }
 }
 
-TEST_F(EditCommandsTest, ScanAddsTheNewFilesAndSaves)
+TEST_F(EditCommandsTest, CheckReportsTheDisagreementsAndScanAddsTheNewFiles)
 {
+    const auto text = kelvane({ "check", "1" });
+    EXPECT_EQ(text.status, 1);
+    EXPECT_THAT(text.out, HasSubstr("Entries whose file is in no directory:\n  OLDTOOL.ZIP\n  GONE.TXT\n")) << text.out;
+    EXPECT_THAT(text.out, HasSubstr("NEWTOOL.ZIP"));
+    const auto json = kelvane({ "check", "1", "--json" });
+    EXPECT_THAT(json.out, HasSubstr("\"clean\": false"));
+    EXPECT_THAT(json.out, HasSubstr("\"missing_files\": [\n    \"OLDTOOL.ZIP\",\n    \"GONE.TXT\"\n  ]")) << json.out;
+    EXPECT_EQ(kelvane({ "check", "6" }).status, 0);
+
     const auto result = kelvane({ "scan", "1" });
     EXPECT_EQ(result.status, 0) << result.err;
     EXPECT_THAT(result.out, HasSubstr("added NEWTOOL.ZIP\n")) << result.out;
@@ -82,7 +87,6 @@ TEST_F(EditCommandsTest, ScanAddsTheNewFilesAndSaves)
     EXPECT_THAT(list, HasSubstr("NEWTOOL.ZIP "));
     EXPECT_THAT(list, HasSubstr("LONGFI~1.ZIP ")) << list; // the long name as its alias
     EXPECT_TRUE(fs::exists(utils / "FILES.BAK"));
-
     const auto again = kelvane({ "scan", "1" });
     EXPECT_EQ(again.status, 0);
     EXPECT_THAT(again.err, HasSubstr("No new files were found at this time."));
@@ -153,18 +157,6 @@ TEST_F(EditCommandsTest, MoveAndTheIndexOfATrackedArea)
     EXPECT_EQ(indexed.status, 0) << indexed.err;
     EXPECT_EQ(fs::file_size(uploads / "UPLOADS.IDX") % 15, 0u);
     EXPECT_GT(fs::file_size(uploads / "UPLOADS.IDX"), 0u);
-}
-
-TEST_F(EditCommandsTest, CheckReportsWhereListAndDirectoriesDisagree)
-{
-    const auto text = kelvane({ "check", "1" });
-    EXPECT_EQ(text.status, 1);
-    EXPECT_THAT(text.out, HasSubstr("Entries whose file is in no directory:\n  OLDTOOL.ZIP\n  GONE.TXT\n")) << text.out;
-    EXPECT_THAT(text.out, HasSubstr("NEWTOOL.ZIP"));
-    const auto json = kelvane({ "check", "1", "--json" });
-    EXPECT_THAT(json.out, HasSubstr("\"clean\": false"));
-    EXPECT_THAT(json.out, HasSubstr("\"missing_files\": [\n    \"OLDTOOL.ZIP\",\n    \"GONE.TXT\"\n  ]")) << json.out;
-    EXPECT_EQ(kelvane({ "check", "6" }).status, 0);
 }
 
 // An error stream that plays the board: the first thing the command says (the erase
