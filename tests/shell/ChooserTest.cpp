@@ -109,26 +109,29 @@ TEST_F(ChooserTest, RowsAreTheTitlesWithBlankLedRecordNumbers)
     form->unload();
 }
 
-TEST_F(ChooserTest, OkEnterAndDoubleClickOpenTheChosenAreaAndCloseTheChooser)
+TEST_F(ChooserTest, EveryWayOutClosesTheChooserAndOnlyOkEnterAndDoubleClickOpenTheArea)
 {
     addAreas({ "Games", "Caf\xE9 Utilities", "Text Files" });
-    const std::function<void(AreaListForm*)> gestures[] = {
-        [this](AreaListForm* form) {
-            form->selectRow(1);
-            QTest::mouseClick(child<QPushButton>(form, u"cmdOK"_s), Qt::LeftButton);
-        },
-        [this](AreaListForm* form) {
-            form->selectRow(1);
-            QTest::keyClick(icons(form), Qt::Key_Return);
-        },
-        [this](AreaListForm* form) {
-            QListView* view = icons(form);
-            const QPoint row = view->visualRect(view->model()->index(1, 0)).center();
-            QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, row);
-            QTest::mouseDClick(view->viewport(), Qt::LeftButton, {}, row);
-        },
+    const std::pair<bool, std::function<void(AreaListForm*)>> gestures[] = {
+        { true, [this](AreaListForm* form) {
+             form->selectRow(1);
+             QTest::mouseClick(child<QPushButton>(form, u"cmdOK"_s), Qt::LeftButton);
+         } },
+        { true, [this](AreaListForm* form) {
+             form->selectRow(1);
+             QTest::keyClick(icons(form), Qt::Key_Return);
+         } },
+        { true, [this](AreaListForm* form) {
+             QListView* view = icons(form);
+             const QPoint row = view->visualRect(view->model()->index(1, 0)).center();
+             QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, row);
+             QTest::mouseDClick(view->viewport(), Qt::LeftButton, {}, row);
+         } },
+        { false, [this](QWidget* form) { QTest::mouseClick(child<QPushButton>(form, u"cmdCancel"_s), Qt::LeftButton); } },
+        { false, [this](QWidget* form) { QTest::keyClick(icons(form), Qt::Key_Escape); } },
+        { false, [this](QWidget* form) { child<QAction>(form, u"mnuClose"_s)->trigger(); } },
     };
-    for (const auto& gesture : gestures) {
+    for (const auto& [opens, gesture] : gestures) {
         host.openedTitles.clear();
         host.openFileAreasEnabled = false;
         QPointer<AreaListForm> form = new FileAreaTitlesForm(host);
@@ -136,34 +139,18 @@ TEST_F(ChooserTest, OkEnterAndDoubleClickOpenTheChosenAreaAndCloseTheChooser)
         gesture(form);
         deleteClosedForms();
         EXPECT_TRUE(form.isNull());
+        EXPECT_TRUE(host.openFileAreasEnabled);
+        if (!opens) {
+            EXPECT_TRUE(host.openedTitles.isEmpty());
+            continue;
+        }
         EXPECT_EQ(host.areaBox, QStringList({ u"Games"_s, u"Café Utilities"_s, u"Text Files"_s }));
         EXPECT_EQ(host.areaBoxChosen, 1);
         EXPECT_EQ(host.openedTitles, QStringList { u"Café Utilities"_s });
         EXPECT_EQ(host.session().area.AreaNumber, 2);
         EXPECT_EQ(host.session().area.AreaTitle, "Caf\xE9 Utilities");
-        EXPECT_TRUE(host.openFileAreasEnabled);
         EXPECT_TRUE(host.statusText.isEmpty());
         EXPECT_EQ(host.setting(u"FileAreaTitle_View"_s), u"0"_s); // OK saved the look
-    }
-}
-
-TEST_F(ChooserTest, CancelEscapeAndCloseLeaveWithoutOpeningAnArea)
-{
-    addAreas({ "Games" });
-    const std::function<void(QWidget*)> gestures[] = {
-        [this](QWidget* form) { QTest::mouseClick(child<QPushButton>(form, u"cmdCancel"_s), Qt::LeftButton); },
-        [this](QWidget* form) { QTest::keyClick(icons(form), Qt::Key_Escape); },
-        [this](QWidget* form) { child<QAction>(form, u"mnuClose"_s)->trigger(); },
-    };
-    for (const auto& gesture : gestures) {
-        host.openFileAreasEnabled = false;
-        QPointer<AreaListForm> form = new FileAreaTitlesForm(host);
-        form->showInFrame();
-        gesture(form);
-        deleteClosedForms();
-        EXPECT_TRUE(form.isNull());
-        EXPECT_TRUE(host.openFileAreasEnabled);
-        EXPECT_TRUE(host.openedTitles.isEmpty());
     }
 }
 

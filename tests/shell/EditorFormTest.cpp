@@ -36,7 +36,7 @@ protected:
     int area = 0;
 };
 
-TEST_F(EditorFormTest, OpeningShowsTheFirstEntryAndTheAreaFlags)
+TEST_F(EditorFormTest, OpeningShowsTheFirstEntryAndTheAreaFlagsOrZerosForAnEmptyList)
 {
     // The date pane speaks the user's language.
     const QLocale french(QLocale::French, QLocale::France);
@@ -60,12 +60,11 @@ TEST_F(EditorFormTest, OpeningShowsTheFirstEntryAndTheAreaFlags)
     EXPECT_TRUE(text(u"sbStatusBar2Pane6"_s).startsWith(french.monthName(today.month(), QLocale::ShortFormat)));
     EXPECT_TRUE(text(u"sbStatusBar2Pane6"_s).endsWith(u", %1"_s.arg(today.year()))) << "like \"nov. 3, 2026\"";
     EXPECT_FALSE(session->ChangesMade);
-}
 
-TEST_F(EditorFormTest, AnEmptyListShowsZerosAndLocksTheBox)
-{
-    const int empty = addArea("empty", "");
-    openArea(empty);
+    // An empty list shows zeros and locks the box.
+    action(u"Close"_s)->trigger();
+    settle();
+    openArea(addArea("empty", ""));
     EXPECT_EQ(text(u"lblFileSize"_s), u"0"_s);
     EXPECT_EQ(text(u"lblTotalFileCt"_s), u"0"_s);
     EXPECT_EQ(text(u"lblFilesTagged"_s), u"0"_s);
@@ -146,7 +145,7 @@ TEST_F(EditorFormTest, WhileAMoveTargetIsChosenTheEditorsMenusRest)
     EXPECT_TRUE(action(u"mnuFileScan"_s)->isEnabled());
 }
 
-TEST_F(EditorFormTest, SaveWorkWritesTheTypedTextAndKeepsTheOldListAsBackup)
+TEST_F(EditorFormTest, SaveWorkKeepsTheOldListAsBackupAndAListChangedMeanwhileUnlessOverwritten)
 {
     openArea(area);
     box()->setFocus();
@@ -163,6 +162,34 @@ TEST_F(EditorFormTest, SaveWorkWritesTheTypedTextAndKeepsTheOldListAsBackup)
 
     // Nothing changed since: Save Work writes nothing and shows nothing.
     frame->findChild<QAction*>(u"SaveWork"_s)->trigger();
+
+    // A list the board changed meanwhile is kept unless the operator overwrites it.
+    EditorForm* editor = frame->editor();
+    box()->setFocus();
+    box()->selectAll();
+    QTest::keyClicks(box(), u"Mine"_s);
+    const std::string upload = line("UPLOAD.ZIP", 3, "Added by the board");
+    TestBoard::writeFile(listPath(), saved + upload);
+    const AlertContext context { {}, {}, QString::fromStdString(listPath().string()) };
+
+    port.script.expectAlert("FilesListChanged", Answer::No, context);
+    action(u"SaveWork"_s)->trigger();
+    EXPECT_EQ(TestBoard::readFile(listPath()), saved + upload);
+    EXPECT_TRUE(session->ChangesMade);
+
+    // Closing asks to save; refused again, the editor stays open with the work in it.
+    port.script.expectAlert("ChangesMade", Answer::Yes);
+    port.script.expectAlert("FilesListChanged", Answer::No, context);
+    action(u"Close"_s)->trigger();
+    ASSERT_EQ(frame->editor(), editor);
+    EXPECT_EQ(editor->table().at(0).Description, "Mine");
+    EXPECT_EQ(TestBoard::readFile(listPath()), saved + upload);
+
+    port.script.expectAlert("FilesListChanged", Answer::Yes, context);
+    port.script.expectContaining(u"Kelvane Information"_s, u"Changes were saved to "_s);
+    action(u"SaveWork"_s)->trigger();
+    EXPECT_EQ(TestBoard::readFile(listPath()).find("UPLOAD.ZIP"), std::string::npos);
+    EXPECT_FALSE(session->ChangesMade);
 }
 
 TEST_F(EditorFormTest, ClosingAsksAboutUnsavedWork)
@@ -185,7 +212,7 @@ TEST_F(EditorFormTest, ClosingAsksAboutUnsavedWork)
     }
 }
 
-TEST_F(EditorFormTest, ToolbarKeysReachTheEditorsCommands)
+TEST_F(EditorFormTest, ToolbarKeysTheMouseAndTheRightButtonReachTheEditorsCommands)
 {
     EditorForm* editor = openArea(area);
     action(u"SelectAllFiles"_s)->trigger();
@@ -206,32 +233,10 @@ TEST_F(EditorFormTest, ToolbarKeysReachTheEditorsCommands)
     action(u"MoveFiles"_s)->trigger();
     port.script.expectContaining(u"Kelvane Alert Message!"_s, u"not available yet"_s);
     action(u"mnuVirusCheck"_s)->trigger();
-}
 
-TEST_F(EditorFormTest, TaggingWithTheMouseIsTheTablesSelection)
-{
-    EditorForm* editor = openArea(area);
-    clickRow(0);
-    clickRow(2, Qt::ControlModifier);
-    EXPECT_EQ(text(u"lblFilesTagged"_s), u"2"_s);
-    EXPECT_EQ(editor->table().selectedIndices(), (std::vector<std::size_t> { 0, 2 }));
-
-    // Delete in the list erases the tagged entries, after the question.
+    // The right button opens File Operations and keeps the tags.
     auto* names = find<QListView>(u"lstFileNames"_s);
-    port.script.expectAlert("DeleteFilesListOnly", Answer::Ok);
-    QTest::keyClick(names, Qt::Key_Delete);
-    ASSERT_EQ(editor->table().size(), 1u);
-    EXPECT_EQ(editor->table().at(0).FileName, "BETA.TXT");
-    EXPECT_EQ(text(u"lblFileName"_s), u"BETA.TXT"_s);
-    EXPECT_TRUE(session->ChangesMade);
-    port.script.expectAlert("ChangesMade", Answer::No);
-}
-
-TEST_F(EditorFormTest, TheRightButtonOpensFileOperationsAndKeepsTheTags)
-{
-    EditorForm* editor = openArea(area);
     clickRow(1);
-    auto* names = find<QListView>(u"lstFileNames"_s);
     bool shown = false;
     QTimer::singleShot(0, editor, [&] {
         QMenu* menu = editor->fileOperationsMenu();
@@ -243,6 +248,21 @@ TEST_F(EditorFormTest, TheRightButtonOpensFileOperationsAndKeepsTheTags)
     EXPECT_TRUE(shown);
     EXPECT_EQ(editor->currentRow(), 1);
     EXPECT_EQ(editor->table().selectedIndices(), (std::vector<std::size_t> { 1 }));
+
+    // Tagging with the mouse is the table's selection; Delete in the list erases the tagged
+    // entries, after the question.
+    clickRow(0);
+    clickRow(2, Qt::ControlModifier);
+    EXPECT_EQ(text(u"lblFilesTagged"_s), u"2"_s);
+    EXPECT_EQ(editor->table().selectedIndices(), (std::vector<std::size_t> { 0, 2 }));
+
+    port.script.expectAlert("DeleteFilesListOnly", Answer::Ok);
+    QTest::keyClick(names, Qt::Key_Delete);
+    ASSERT_EQ(editor->table().size(), 1u);
+    EXPECT_EQ(editor->table().at(0).FileName, "BETA.TXT");
+    EXPECT_EQ(text(u"lblFileName"_s), u"BETA.TXT"_s);
+    EXPECT_TRUE(session->ChangesMade);
+    port.script.expectAlert("ChangesMade", Answer::No);
 }
 
 TEST_F(EditorFormTest, AMissingAnimationIsReportedAndTheEditorOpensWithoutIt)
@@ -250,36 +270,6 @@ TEST_F(EditorFormTest, AMissingAnimationIsReportedAndTheEditorOpensWithoutIt)
     std::filesystem::remove(board.programDirectory() / "AVI" / "FINDFILE.AVI");
     port.script.expectContaining(u"Kelvane Alert Message!"_s, u"FINDFILE.AVI\r\rKelvane will skip this operation!"_s);
     EXPECT_NE(openArea(area), nullptr);
-}
-
-TEST_F(EditorFormTest, AListTheBoardChangedMeanwhileIsKeptUnlessTheOperatorOverwritesIt)
-{
-    EditorForm* editor = openArea(area);
-    box()->setFocus();
-    box()->selectAll();
-    QTest::keyClicks(box(), u"Mine"_s);
-    const std::string upload = line("UPLOAD.ZIP", 3, "Added by the board");
-    TestBoard::writeFile(listPath(), list + upload);
-    const AlertContext context { {}, {}, QString::fromStdString(listPath().string()) };
-
-    port.script.expectAlert("FilesListChanged", Answer::No, context);
-    action(u"SaveWork"_s)->trigger();
-    EXPECT_EQ(TestBoard::readFile(listPath()), list + upload);
-    EXPECT_TRUE(session->ChangesMade);
-
-    // Closing asks to save; refused again, the editor stays open with the work in it.
-    port.script.expectAlert("ChangesMade", Answer::Yes);
-    port.script.expectAlert("FilesListChanged", Answer::No, context);
-    action(u"Close"_s)->trigger();
-    ASSERT_EQ(frame->editor(), editor);
-    EXPECT_EQ(editor->table().at(0).Description, "Mine");
-    EXPECT_EQ(TestBoard::readFile(listPath()), list + upload);
-
-    port.script.expectAlert("FilesListChanged", Answer::Yes, context);
-    port.script.expectContaining(u"Kelvane Information"_s, u"Changes were saved to "_s);
-    action(u"SaveWork"_s)->trigger();
-    EXPECT_EQ(TestBoard::readFile(listPath()).find("UPLOAD.ZIP"), std::string::npos);
-    EXPECT_FALSE(session->ChangesMade);
 }
 
 } // namespace
