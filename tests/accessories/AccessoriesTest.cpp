@@ -18,45 +18,40 @@
 using namespace Qt::StringLiterals;
 using namespace Kelvane;
 
-TEST(Accessories, BoxesCloseWithOkOrEscape)
+TEST(Accessories, BoxesShowWhoTheyAreAndCloseWithOkOrEscape)
 {
     const struct
     {
         std::function<QDialog*()> make;
         QString name;
         QString caption;
-        Qt::Key key; // Qt::Key_unknown: click OK
     } cases[] = {
-        { [] { return new AboutBox; }, u"frmAbout"_s, u"About Kelvane"_s, Qt::Key_unknown },
-        { [] { return new AboutBox; }, u"frmAbout"_s, u"About Kelvane"_s, Qt::Key_Escape },
-        { [] { return new TechSupportBox; }, u"frmTechSupport"_s, u"Technical Support Info"_s, Qt::Key_unknown },
-        { [] { return new TechSupportBox; }, u"frmTechSupport"_s, u"Technical Support Info"_s, Qt::Key_Escape },
+        { [] { return new AboutBox; }, u"frmAbout"_s, u"About Kelvane"_s },
+        { [] { return new TechSupportBox; }, u"frmTechSupport"_s, u"Technical Support Info"_s },
     };
     for (const auto& each : cases) {
-        SCOPED_TRACE(each.name.toStdString());
-        const std::unique_ptr<QDialog> box(each.make());
-        box->show();
-        EXPECT_EQ(box->objectName(), each.name);
-        EXPECT_EQ(box->windowTitle(), each.caption);
-        auto* ok = box->findChild<QPushButton*>(u"cmdOK"_s);
-        ASSERT_NE(ok, nullptr);
-        if (each.key == Qt::Key_unknown)
-            QTest::mouseClick(ok, Qt::LeftButton);
-        else
-            QTest::keyClick(box.get(), each.key);
-        EXPECT_FALSE(box->isVisible());
+        for (const bool escape : { false, true }) {
+            SCOPED_TRACE(each.name.toStdString() + (escape ? " Escape" : " OK"));
+            const std::unique_ptr<QDialog> box(each.make());
+            box->show();
+            EXPECT_EQ(box->objectName(), each.name);
+            EXPECT_EQ(box->windowTitle(), each.caption);
+            auto* ok = box->findChild<QPushButton*>(u"cmdOK"_s);
+            ASSERT_NE(ok, nullptr);
+            if (escape)
+                QTest::keyClick(box.get(), Qt::Key_Escape);
+            else
+                QTest::mouseClick(ok, Qt::LeftButton);
+            EXPECT_FALSE(box->isVisible());
+        }
     }
-}
-
-TEST(Accessories, AboutShowsNameAndVersion)
-{
-    AboutBox box;
+    // The About box names the program and its version.
+    AboutBox about;
     QStringList texts;
-    for (const QLabel* label : box.findChildren<QLabel*>())
+    for (const QLabel* label : about.findChildren<QLabel*>())
         texts << label->text();
-    const QString all = texts.join(u'\n');
-    EXPECT_TRUE(all.contains(u"Kelvane"_s));
-    EXPECT_TRUE(all.contains(u"2.0.0"_s));
+    EXPECT_TRUE(texts.join(u'\n').contains(u"Kelvane"_s));
+    EXPECT_TRUE(texts.join(u'\n').contains(u"2.0.0"_s));
 }
 
 TEST(Accessories, SupportInfoNamesTheFactsAndCopiesThem)
