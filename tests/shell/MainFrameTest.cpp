@@ -20,7 +20,7 @@ namespace {
 
 using MainFrameTest = FrameFixture;
 
-TEST_F(MainFrameTest, FirstStartIsCentredAtThreeQuartersAndAsksForAPath)
+TEST_F(MainFrameTest, FirstStartIsCentredAtThreeQuartersAsksForAPathAndShowsTheBarsAsAsked)
 {
     settings = std::make_unique<SettingsStore>();
     settings->SaveSetting(u"Vandor Startup"_s, u"Vandor Main Path"_s, {});
@@ -37,6 +37,16 @@ TEST_F(MainFrameTest, FirstStartIsCentredAtThreeQuartersAndAsksForAPath)
 
     port.script.expectAlert("NoPath");
     action(u"OpenFileAreas"_s)->trigger();
+
+    // The View menu shows and hides the bars.
+    action(u"mnuViewToolbar"_s)->trigger();
+    EXPECT_FALSE(find<QToolBar>(u"tbToolBar1"_s)->isVisible());
+    action(u"mnuViewStatusBar"_s)->trigger();
+    EXPECT_FALSE(find<QStatusBar>(u"sbStatusBar1"_s)->isVisible());
+    action(u"mnuViewToolbar"_s)->trigger();
+    action(u"mnuViewStatusBar"_s)->trigger();
+    EXPECT_TRUE(find<QToolBar>(u"tbToolBar1"_s)->isVisible());
+    EXPECT_TRUE(find<QStatusBar>(u"sbStatusBar1"_s)->isVisible());
 }
 
 TEST_F(MainFrameTest, OpenFileAreasChecksThePathFirst)
@@ -179,19 +189,6 @@ TEST_F(MainFrameTest, AMaximizedFrameKeepsThePlacementSavedBefore)
     EXPECT_TRUE(frame->isMaximized());
     EXPECT_TRUE(frame->close());
     EXPECT_EQ(SettingsStore().getInt(u"Kelvane Startup"_s, u"MainWidth"_s, 0), 9000);
-}
-
-TEST_F(MainFrameTest, TheViewMenuShowsAndHidesTheBars)
-{
-    makeFrame();
-    action(u"mnuViewToolbar"_s)->trigger();
-    EXPECT_FALSE(find<QToolBar>(u"tbToolBar1"_s)->isVisible());
-    action(u"mnuViewStatusBar"_s)->trigger();
-    EXPECT_FALSE(find<QStatusBar>(u"sbStatusBar1"_s)->isVisible());
-    action(u"mnuViewToolbar"_s)->trigger();
-    action(u"mnuViewStatusBar"_s)->trigger();
-    EXPECT_TRUE(find<QToolBar>(u"tbToolBar1"_s)->isVisible());
-    EXPECT_TRUE(find<QStatusBar>(u"sbStatusBar1"_s)->isVisible());
 }
 
 TEST_F(MainFrameTest, ADoubleClickOnTheEditorToolbarCustomizesIt)

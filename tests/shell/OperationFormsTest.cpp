@@ -78,15 +78,12 @@ TEST_F(OperationFormsTest, QuitSearchStopsTheScanBetweenFiles)
     EXPECT_EQ(QApplication::overrideCursor(), nullptr);
 }
 
-TEST_F(OperationFormsTest, MissingSearchAnimationIsReportedAndTheScanGoesOn)
+TEST_F(OperationFormsTest, AMissingAnimationIsReportedAndOthersAreFoundWhateverTheCaseOfTheirNames)
 {
     expectMissingAnimation("NoAVISearch");
     EXPECT_EQ(FileSearchForm::run(host, table), 4u);
     EXPECT_EQ(table.at(3).FileName, "A4");
-}
-
-TEST_F(OperationFormsTest, AnimationsAreFoundWhateverTheCaseOfTheirNames)
-{
+    table.reset({});
     const fs::path program = host.board.programDirectory();
     writeMissingAnimations(program);
     fs::rename(program / "AVI", program / "avi");

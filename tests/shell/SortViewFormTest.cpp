@@ -134,7 +134,7 @@ TEST_F(SortViewFormTest, EveryWayOfClosingWritesTheShownOrderBack)
     }
 }
 
-TEST_F(SortViewFormTest, FollowsTheEntriesBetweenOpenings)
+TEST_F(SortViewFormTest, FollowsTheEntriesBetweenOpeningsAndOffersItsMenuAndHelp)
 {
     EXPECT_EQ(host.statusText, u"Loading Uploads, Please wait..."_s);
     EXPECT_EQ(form->windowTitle(), u"Sort File Area: Uploads"_s);
@@ -146,10 +146,8 @@ TEST_F(SortViewFormTest, FollowsTheEntriesBetweenOpenings)
     EXPECT_EQ(shownColumn(0).last(), u"DELTA"_s);
     table.removeIf([](std::size_t index) { return index < 2; });
     EXPECT_EQ(shownColumn(0), (QStringList { u"GAMMA.EXE"_s, u"DELTA"_s }));
-}
 
-TEST_F(SortViewFormTest, RightButtonHelpAndAbout)
-{
+    // The right button, F1 and About.
     auto* menu = form->findChild<QMenu*>(u"mnuFile"_s);
     ASSERT_NE(menu, nullptr);
     for (QWidget* target : { static_cast<QWidget*>(form.get()), view->viewport() }) {
