@@ -112,31 +112,34 @@ TEST_F(ChooserTest, RowsAreTheTitlesWithBlankLedRecordNumbers)
 TEST_F(ChooserTest, EveryWayOutClosesTheChooserAndOnlyOkEnterAndDoubleClickOpenTheArea)
 {
     addAreas({ "Games", "Caf\xE9 Utilities", "Text Files" });
-    const std::pair<bool, std::function<void(AreaListForm*)>> gestures[] = {
-        { true, [this](AreaListForm* form) {
-             form->selectRow(1);
-             QTest::mouseClick(child<QPushButton>(form, u"cmdOK"_s), Qt::LeftButton);
-         } },
-        { true, [this](AreaListForm* form) {
-             form->selectRow(1);
-             QTest::keyClick(icons(form), Qt::Key_Return);
-         } },
-        { true, [this](AreaListForm* form) {
-             QListView* view = icons(form);
-             const QPoint row = view->visualRect(view->model()->index(1, 0)).center();
-             QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, row);
-             QTest::mouseDClick(view->viewport(), Qt::LeftButton, {}, row);
-         } },
-        { false, [this](QWidget* form) { QTest::mouseClick(child<QPushButton>(form, u"cmdCancel"_s), Qt::LeftButton); } },
-        { false, [this](QWidget* form) { QTest::keyClick(icons(form), Qt::Key_Escape); } },
-        { false, [this](QWidget* form) { child<QAction>(form, u"mnuClose"_s)->trigger(); } },
+    // The first three open the area.
+    const std::function<void(AreaListForm*)> gestures[] = {
+        [this](AreaListForm* form) {
+            form->selectRow(1);
+            QTest::mouseClick(child<QPushButton>(form, u"cmdOK"_s), Qt::LeftButton);
+        },
+        [this](AreaListForm* form) {
+            form->selectRow(1);
+            QTest::keyClick(icons(form), Qt::Key_Return);
+        },
+        [this](AreaListForm* form) {
+            QListView* view = icons(form);
+            const QPoint row = view->visualRect(view->model()->index(1, 0)).center();
+            QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, row);
+            QTest::mouseDClick(view->viewport(), Qt::LeftButton, {}, row);
+        },
+        [this](QWidget* form) { QTest::mouseClick(child<QPushButton>(form, u"cmdCancel"_s), Qt::LeftButton); },
+        [this](QWidget* form) { QTest::keyClick(icons(form), Qt::Key_Escape); },
+        [this](QWidget* form) { child<QAction>(form, u"mnuClose"_s)->trigger(); },
     };
-    for (const auto& [opens, gesture] : gestures) {
+    for (std::size_t gesture = 0; gesture < std::size(gestures); ++gesture) {
+        SCOPED_TRACE(gesture);
+        const bool opens = gesture < 3;
         host.openedTitles.clear();
         host.openFileAreasEnabled = false;
         QPointer<AreaListForm> form = new FileAreaTitlesForm(host);
         form->showInFrame();
-        gesture(form);
+        gestures[gesture](form);
         deleteClosedForms();
         EXPECT_TRUE(form.isNull());
         EXPECT_TRUE(host.openFileAreasEnabled);

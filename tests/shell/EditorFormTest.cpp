@@ -80,10 +80,8 @@ TEST_F(EditorFormTest, AnEditGoesToTheEntryItWasMadeOn)
         std::string stored;
     };
     const Case cases[] = {
-        { u"New words"_s, "New words" },
-        { u"Two\nlines"_s, "Two\r\nlines" },
-        { {}, "No Description" },
-        { u"   \n   "_s, "No Description" },
+        { u"New words"_s, "New words" }, { u"Two\nlines"_s, "Two\r\nlines" },
+        { {}, "No Description" },        { u"   \n   "_s, "No Description" },
         { u"\u00A0"_s, "\xA0" }, // only blanks count as nothing
     };
     EditorForm* editor = openArea(area);
@@ -111,7 +109,10 @@ TEST_F(EditorFormTest, AnEditKeepsEveryByteItDidNotTouch)
     for (const char16_t* page : { u"Windows-1252", u"CP437" }) {
         SCOPED_TRACE(QString::fromUtf16(page).toStdString());
         // A no-break space in either page, a tab and a lone LF inside the line.
-        const std::string before = line("ODD.TXT", 3, "A\xA0" "B\xFF" "\tC\nD");
+        const std::string before = line("ODD.TXT", 3,
+                                        "A\xA0"
+                                        "B\xFF"
+                                        "\tC\nD");
         TestBoard::writeFile(listPath(), before);
         session->setCodePage(*CodePage::named(page));
         openArea(area);
@@ -121,9 +122,16 @@ TEST_F(EditorFormTest, AnEditKeepsEveryByteItDidNotTouch)
         QTest::keyClicks(box(), u"X"_s);
         port.script.expectContaining(u"Kelvane Information"_s, u"Changes were saved to "_s);
         QTest::keyClick(box(), Qt::Key_S, Qt::ControlModifier);
-        EXPECT_EQ(frame->editor()->table().at(0).Description, "A\xA0" "B\xFF" "\tC\nDX\r\n");
+        EXPECT_EQ(frame->editor()->table().at(0).Description,
+                  "A\xA0"
+                  "B\xFF"
+                  "\tC\nDX\r\n");
         // The writer drops a line's lone LF, as it does for every save.
-        EXPECT_EQ(TestBoard::readFile(listPath()), line("ODD.TXT", 3, "A\xA0" "B\xFF" "\tCDX"));
+        EXPECT_EQ(TestBoard::readFile(listPath()),
+                  line("ODD.TXT", 3,
+                       "A\xA0"
+                       "B\xFF"
+                       "\tCDX"));
         action(u"Close"_s)->trigger();
         settle();
     }
