@@ -220,7 +220,7 @@ TEST_F(EditorFormTest, ClosingAsksAboutUnsavedWork)
     }
 }
 
-TEST_F(EditorFormTest, ToolbarKeysTheMouseAndTheRightButtonReachTheEditorsCommands)
+TEST_F(EditorFormTest, ToolbarKeysReachTheEditorsCommands)
 {
     EditorForm* editor = openArea(area);
     action(u"SelectAllFiles"_s)->trigger();
@@ -241,10 +241,32 @@ TEST_F(EditorFormTest, ToolbarKeysTheMouseAndTheRightButtonReachTheEditorsComman
     action(u"MoveFiles"_s)->trigger();
     port.script.expectContaining(u"Kelvane Alert Message!"_s, u"not available yet"_s);
     action(u"mnuVirusCheck"_s)->trigger();
+}
 
-    // The right button opens File Operations and keeps the tags.
+TEST_F(EditorFormTest, TaggingWithTheMouseIsTheTablesSelection)
+{
+    EditorForm* editor = openArea(area);
+    clickRow(0);
+    clickRow(2, Qt::ControlModifier);
+    EXPECT_EQ(text(u"lblFilesTagged"_s), u"2"_s);
+    EXPECT_EQ(editor->table().selectedIndices(), (std::vector<std::size_t> { 0, 2 }));
+
+    // Delete in the list erases the tagged entries, after the question.
     auto* names = find<QListView>(u"lstFileNames"_s);
+    port.script.expectAlert("DeleteFilesListOnly", Answer::Ok);
+    QTest::keyClick(names, Qt::Key_Delete);
+    ASSERT_EQ(editor->table().size(), 1u);
+    EXPECT_EQ(editor->table().at(0).FileName, "BETA.TXT");
+    EXPECT_EQ(text(u"lblFileName"_s), u"BETA.TXT"_s);
+    EXPECT_TRUE(session->ChangesMade);
+    port.script.expectAlert("ChangesMade", Answer::No);
+}
+
+TEST_F(EditorFormTest, TheRightButtonOpensFileOperationsAndKeepsTheTags)
+{
+    EditorForm* editor = openArea(area);
     clickRow(1);
+    auto* names = find<QListView>(u"lstFileNames"_s);
     bool shown = false;
     QTimer::singleShot(0, editor, [&] {
         QMenu* menu = editor->fileOperationsMenu();
@@ -256,21 +278,6 @@ TEST_F(EditorFormTest, ToolbarKeysTheMouseAndTheRightButtonReachTheEditorsComman
     EXPECT_TRUE(shown);
     EXPECT_EQ(editor->currentRow(), 1);
     EXPECT_EQ(editor->table().selectedIndices(), (std::vector<std::size_t> { 1 }));
-
-    // Tagging with the mouse is the table's selection; Delete in the list erases the tagged
-    // entries, after the question.
-    clickRow(0);
-    clickRow(2, Qt::ControlModifier);
-    EXPECT_EQ(text(u"lblFilesTagged"_s), u"2"_s);
-    EXPECT_EQ(editor->table().selectedIndices(), (std::vector<std::size_t> { 0, 2 }));
-
-    port.script.expectAlert("DeleteFilesListOnly", Answer::Ok);
-    QTest::keyClick(names, Qt::Key_Delete);
-    ASSERT_EQ(editor->table().size(), 1u);
-    EXPECT_EQ(editor->table().at(0).FileName, "BETA.TXT");
-    EXPECT_EQ(text(u"lblFileName"_s), u"BETA.TXT"_s);
-    EXPECT_TRUE(session->ChangesMade);
-    port.script.expectAlert("ChangesMade", Answer::No);
 }
 
 TEST_F(EditorFormTest, AMissingAnimationIsReportedAndTheEditorOpensWithoutIt)
