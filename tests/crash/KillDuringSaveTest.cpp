@@ -97,8 +97,8 @@ private:
 // Runs kelvane with arguments, its standard streams on /dev/null.
 pid_t spawnKelvane(std::vector<std::string> arguments)
 {
-    arguments.insert(arguments.begin(), KELVANE_BINARY);
-    std::vector<char*> argv;
+    std::string program = KELVANE_BINARY;
+    std::vector<char*> argv { program.data() };
     for (std::string& argument : arguments)
         argv.push_back(argument.data());
     argv.push_back(nullptr);
