@@ -10,6 +10,7 @@
 #include <memory>
 #include <numeric>
 #include <set>
+#include <tuple>
 #include <unordered_map>
 
 using namespace Qt::StringLiterals;
@@ -217,15 +218,17 @@ DupesReport findDuplicates(const Board& board, const std::vector<int>& numbers, 
         // Empty files are all equal and take nothing; a second link to a file read already is
         // the same bytes, not a copy of them.
         std::vector<std::size_t> files;
-        std::set<std::pair<std::uint64_t, std::uint64_t>> seen;
         for (std::size_t i = 0; i < copies.size(); ++i) {
-            const DupeCopy& copy = copies[i];
-            if (!copy.hasFile() || copy.size == 0)
-                continue;
-            if (copy.identity.inode != 0 && !seen.insert({ copy.identity.device, copy.identity.inode }).second)
-                continue;
-            files.push_back(i);
+            if (copies[i].hasFile() && copies[i].size != 0)
+                files.push_back(i);
         }
+        const auto fileOf = [&](std::size_t i) {
+            return std::tuple(copies[i].identity.device, copies[i].identity.inode, i);
+        };
+        std::sort(files.begin(), files.end(), [&](std::size_t a, std::size_t b) { return fileOf(a) < fileOf(b); });
+        files.erase(std::unique(files.begin(), files.end(),
+                                [&](std::size_t a, std::size_t b) { return sameFile(copies[a], copies[b]); }),
+                    files.end());
         std::vector<std::pair<std::size_t, ContentDigest>> hashed;
         for (const std::vector<std::size_t>& sameSize :
              runsOf(std::move(files), [&](std::size_t i) { return copies[i].size; })) {

@@ -160,8 +160,15 @@ void DupesHashCache::load(const fs::path& path, QString& problem)
     std::ifstream in(path, std::ios::binary);
     if (!in)
         return; // none yet, or deleted: it is rebuilt
-    const std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    std::optional<DupesHashCache> read = in.bad() ? std::nullopt : parse(bytes);
+    std::string bytes;
+    in.seekg(0, std::ios::end);
+    const std::streamoff size = in.tellg();
+    in.seekg(0, std::ios::beg);
+    if (size > 0) {
+        bytes.resize(static_cast<std::size_t>(size));
+        in.read(bytes.data(), size);
+    }
+    std::optional<DupesHashCache> read = in.fail() ? std::nullopt : parse(bytes);
     if (!read) {
         problem = u"the hash cache "_s + unicodeFromPath(path)
             + u" is damaged or not Kelvane's; it is ignored and rebuilt"_s;

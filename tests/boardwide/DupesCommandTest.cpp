@@ -85,7 +85,7 @@ TEST_F(DupesCommandTest, RemovingExtraCopiesNeedsYesAndGoesThroughTheEditorsDele
     EXPECT_TRUE(fs::exists(cdrom / "MULTI.ZIP"));
 
     // A listed copy in the indexed uploads area: its file and entry go, the list is saved
-    // with its backup, and the Make Index question comes once.
+    // with its backup, and the Make Index question (answered by --yes) comes at the end.
     const fs::path uploads = demo / "files" / "uploads";
     fs::copy_file(utils / "ARCHIVER.ZIP", uploads / "ARCHIVER.ZIP");
     TestBoard::writeFile(uploads / "FILES.LST", TestBoard::readFile(uploads / "FILES.LST")
@@ -96,7 +96,8 @@ TEST_F(DupesCommandTest, RemovingExtraCopiesNeedsYesAndGoesThroughTheEditorsDele
     EXPECT_TRUE(fs::exists(utils / "ARCHIVER.ZIP"));
     EXPECT_EQ(TestBoard::readFile(uploads / "FILES.LST").find("ARCHIVER"), std::string::npos);
     EXPECT_NE(TestBoard::readFile(uploads / "FILES.BAK").find("ARCHIVER"), std::string::npos);
-    EXPECT_NE(removed.err.find("kelvane index 5 rebuilds them later"), std::string::npos) << removed.err;
+    EXPECT_NE(removed.err.find("Run Make Index"), std::string::npos) << removed.err;
+    EXPECT_TRUE(fs::exists(uploads / "UPLOADS.IDX"));
 }
 
 TEST_F(DupesCommandTest, ADamagedCacheIsOneLineAndIsRebuilt)
