@@ -68,8 +68,7 @@ fs::path buildBoard(const fs::path& root)
 }
 
 // MB/s of hashing the file through update(chunk).
-template<typename Update>
-double throughput(const fs::path& file, Update update)
+template <typename Update> double throughput(const fs::path& file, Update update)
 {
     std::vector<char> buffer(1 << 20);
     const double seconds = Bench::medianSeconds(3, [&] {
@@ -93,9 +92,9 @@ void measureHashes(const fs::path& root)
         }
     }
     std::printf("Hashing a %d MB file (read from the page cache):\n", LargeFileMegabytes);
-    for (const auto& [name, algorithm] : { std::pair { "Qt QCryptographicHash SHA-256", QCryptographicHash::Sha256 },
-                                           std::pair { "Qt QCryptographicHash BLAKE2b-256",
-                                                       QCryptographicHash::Blake2b_256 } }) {
+    for (const auto& [name, algorithm] :
+         { std::pair { "Qt QCryptographicHash SHA-256", QCryptographicHash::Sha256 },
+           std::pair { "Qt QCryptographicHash BLAKE2b-256", QCryptographicHash::Blake2b_256 } }) {
         QCryptographicHash hash(algorithm);
         const double rate = throughput(file, [&](const char* data, std::size_t size) {
             hash.addData(QByteArrayView(data, static_cast<qsizetype>(size)));
@@ -104,9 +103,8 @@ void measureHashes(const fs::path& root)
     }
     EVP_MD_CTX* context = EVP_MD_CTX_new();
     EVP_DigestInit_ex(context, EVP_sha256(), nullptr);
-    const double rate = throughput(file, [&](const char* data, std::size_t size) {
-        EVP_DigestUpdate(context, data, size);
-    });
+    const double rate
+        = throughput(file, [&](const char* data, std::size_t size) { EVP_DigestUpdate(context, data, size); });
     EVP_MD_CTX_free(context);
     std::printf("  %-40s %8.0f MB/s\n\n", "OpenSSL libcrypto SHA-256", rate);
     fs::remove(file);
@@ -146,10 +144,10 @@ int main()
     pass &= Bench::report("dupes --by name", runDupes(node, "name", output) * 1000, 2000, "ms");
     std::printf("  %s", summary().c_str());
     const double cold = runDupes(node, "content", output);
-    std::printf("%-48s %9.1f ms (no target: every file sharing its size is read)\n  %s", "dupes --by content, first run",
-                cold * 1000, summary().c_str());
-    pass &= Bench::report("dupes --by content, second run (cache warm)", runDupes(node, "content", output) * 1000,
-                          2000, "ms");
+    std::printf("%-48s %9.1f ms (no target: every file sharing its size is read)\n  %s",
+                "dupes --by content, first run", cold * 1000, summary().c_str());
+    pass &= Bench::report("dupes --by content, second run (cache warm)", runDupes(node, "content", output) * 1000, 2000,
+                          "ms");
     std::printf("  %s", summary().c_str());
 
     // The same run through the finder, counting the files it reads.

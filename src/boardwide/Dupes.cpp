@@ -70,9 +70,9 @@ public:
                 const QString alias = aliasesOf(contents, file.slot, aliases).aliasOf(text);
                 if (!showable) {
                     // The scan lists such a file by its alias, which the page can show.
-                    m_report.notices.push_back(u"area %1: the name of %2 cannot be shown in %3; it is taken as %4"_s
-                                                   .arg(area.number)
-                                                   .arg(unicodeFromPath(file.path), m_page.name(), alias));
+                    m_report.notices.push_back(
+                        u"area %1: the name of %2 cannot be shown in %3; it is taken as %4"_s.arg(area.number)
+                            .arg(unicodeFromPath(file.path), m_page.name(), alias));
                     text = alias;
                 } else {
                     m_longByAlias.push_back({ m_page.upper(m_page.fromUnicode(alias)), copies.size() });
@@ -135,9 +135,8 @@ public:
     std::vector<DupeCopy> copies;
 
 private:
-    const DirectoryAliases& aliasesOf(const AreaContents& contents,
-                                      int slot,
-                                      std::vector<std::unique_ptr<DirectoryAliases>>& aliases) const
+    const DirectoryAliases&
+    aliasesOf(const AreaContents& contents, int slot, std::vector<std::unique_ptr<DirectoryAliases>>& aliases) const
     {
         std::unique_ptr<DirectoryAliases>& made = aliases[static_cast<std::size_t>(slot)];
         if (!made) {
@@ -157,8 +156,7 @@ private:
 };
 
 // Runs of equal keys among indices (sorted by key), each of two or more, in board order.
-template<typename Key>
-std::vector<std::vector<std::size_t>> runsOf(std::vector<std::size_t> indices, const Key& key)
+template <typename Key> std::vector<std::vector<std::size_t>> runsOf(std::vector<std::size_t> indices, const Key& key)
 {
     std::stable_sort(indices.begin(), indices.end(), [&](std::size_t a, std::size_t b) { return key(a) < key(b); });
     std::vector<std::vector<std::size_t>> runs;
@@ -222,9 +220,8 @@ DupesReport findDuplicates(const Board& board, const std::vector<int>& numbers, 
             if (copies[i].hasFile() && copies[i].size != 0)
                 files.push_back(i);
         }
-        const auto fileOf = [&](std::size_t i) {
-            return std::tuple(copies[i].identity.device, copies[i].identity.inode, i);
-        };
+        const auto fileOf
+            = [&](std::size_t i) { return std::tuple(copies[i].identity.device, copies[i].identity.inode, i); };
         std::sort(files.begin(), files.end(), [&](std::size_t a, std::size_t b) { return fileOf(a) < fileOf(b); });
         files.erase(std::unique(files.begin(), files.end(),
                                 [&](std::size_t a, std::size_t b) { return sameFile(copies[a], copies[b]); }),
@@ -242,8 +239,8 @@ DupesReport findDuplicates(const Board& board, const std::vector<int>& numbers, 
                     digest = options.readDigest(path, reason);
                     if (!digest) {
                         ++report.filesLeftOut;
-                        report.notices.push_back(u"area %1: %2: %3; it is left out"_s.arg(copy.area).arg(
-                            unicodeFromPath(path), reason));
+                        report.notices.push_back(
+                            u"area %1: %2: %3; it is left out"_s.arg(copy.area).arg(unicodeFromPath(path), reason));
                         continue;
                     }
                     if (options.cache)
@@ -254,8 +251,8 @@ DupesReport findDuplicates(const Board& board, const std::vector<int>& numbers, 
         }
         std::vector<std::size_t> positions(hashed.size());
         std::iota(positions.begin(), positions.end(), 0);
-        std::vector<std::vector<std::size_t>> contentRuns =
-            runsOf(std::move(positions), [&](std::size_t p) -> const ContentDigest& { return hashed[p].second; });
+        std::vector<std::vector<std::size_t>> contentRuns
+            = runsOf(std::move(positions), [&](std::size_t p) -> const ContentDigest& { return hashed[p].second; });
         for (std::vector<std::size_t>& run : contentRuns) {
             for (std::size_t& p : run)
                 p = hashed[p].first;
@@ -323,7 +320,8 @@ std::vector<DupeRemoval> planRemoval(const Board& board, const DupeGroup& group,
         // A file seen twice (a second link, or two areas sharing a directory) is deleted
         // once, and never when it is the kept copy's.
         const bool seen = sameFile(copy, copies[kept])
-            || std::any_of(deleted.begin(), deleted.end(), [&](const DupeCopy* other) { return sameFile(copy, *other); });
+            || std::any_of(deleted.begin(), deleted.end(),
+                           [&](const DupeCopy* other) { return sameFile(copy, *other); });
         if (i != kept) {
             if (board.area(copy.area).readOnly())
                 removal.action = DupeRemoval::Action::LeaveReadOnly;

@@ -43,16 +43,14 @@ std::uint64_t checksumOf(std::string_view bytes)
     return sum ^ (sum >> 29);
 }
 
-template<typename T>
-void put(std::string& bytes, T value)
+template <typename T> void put(std::string& bytes, T value)
 {
     char raw[sizeof(T)];
     std::memcpy(raw, &value, sizeof(T));
     bytes.append(raw, sizeof(T));
 }
 
-template<typename T>
-T take(std::string_view bytes, std::size_t& at)
+template <typename T> T take(std::string_view bytes, std::size_t& at)
 {
     T value;
     std::memcpy(&value, bytes.data() + at, sizeof(T));
@@ -68,7 +66,7 @@ std::optional<ContentDigest> digestOfFile(const fs::path& path, QString& reason)
     if (!in) {
         std::error_code error;
         reason = fs::exists(fs::symlink_status(path, error)) ? u"it cannot be read"_s
-                                                              : u"it vanished before it could be read"_s;
+                                                             : u"it vanished before it could be read"_s;
         return std::nullopt;
     }
     const std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> context(EVP_MD_CTX_new(), EVP_MD_CTX_free);

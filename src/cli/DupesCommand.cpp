@@ -74,8 +74,8 @@ public:
         if (by != DupesBy::Name)
             cache.load(cachePath, cacheProblem);
         TerminalProgress progress(context.err, context.errorIsTerminal && !set.single, page);
-        const DupesReport report =
-            findDuplicates(board, set.numbers, { .by = by, .cache = &cache, .progress = &progress });
+        const DupesReport report
+            = findDuplicates(board, set.numbers, { .by = by, .cache = &cache, .progress = &progress });
         if (!cacheProblem.isEmpty())
             context.err << "kelvane: " << cacheProblem.toStdString() << '\n';
         if (by != DupesBy::Name) {
@@ -113,8 +113,8 @@ private:
             for (const DupeCopy& copy : group.copies) {
                 const BoardArea& area = board.area(copy.area);
                 const fs::path path = pathOf(board, copy);
-                out << "  area " << copy.area << " (" << terminalText(page, area.title())
-                    << ")  " << terminalText(page, copy.name) << "  " << copy.size << " bytes  " << copy.date << "  "
+                out << "  area " << copy.area << " (" << terminalText(page, area.title()) << ")  "
+                    << terminalText(page, copy.name) << "  " << copy.size << " bytes  " << copy.date << "  "
                     << (path.empty() ? std::string("(in no directory)") : terminalText(path)) << "  "
                     << (copy.listed() ? "in the Files List" : "not in the Files List") << '\n';
             }
@@ -135,7 +135,8 @@ private:
             json.key("by");
             json.value(group.kind == DupeGroup::Kind::Name ? u"name"_s : u"content"_s);
             json.key(group.kind == DupeGroup::Kind::Name ? "name" : "sha256");
-            json.value(group.kind == DupeGroup::Kind::Name ? page.toUnicode(group.key) : QString::fromStdString(group.key));
+            json.value(group.kind == DupeGroup::Kind::Name ? page.toUnicode(group.key)
+                                                           : QString::fromStdString(group.key));
             json.key("copies");
             json.beginArray();
             for (const DupeCopy& copy : group.copies) {
@@ -188,7 +189,8 @@ private:
         const char* would = act ? "" : "would be ";
         std::map<int, AreaRemovals> byArea;
         std::set<CopyKey> planned;
-        std::ostream& out = context.out;
+        // After a JSON document the plan goes to standard error, so the output still parses.
+        std::ostream& out = m_json ? context.err : context.out;
         for (const std::vector<DupeRemoval>& plan : plans) {
             for (const DupeRemoval& removal : plan) {
                 const DupeCopy& copy = *removal.copy;
@@ -301,8 +303,8 @@ private:
                 context.out << "erased the entry " << terminalText(page, name) << " (area " << area.AreaNumber << ")\n";
             // The entries after each erased one moved up.
             for (std::size_t& index : remove)
-                index -= static_cast<std::size_t>(std::count_if(erase.begin(), erase.end(),
-                                                                [&](std::size_t e) { return e < index; }));
+                index -= static_cast<std::size_t>(
+                    std::count_if(erase.begin(), erase.end(), [&](std::size_t e) { return e < index; }));
         }
         if (!remove.empty()) {
             table.clearSelection();

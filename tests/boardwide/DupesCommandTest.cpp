@@ -49,11 +49,12 @@ TEST_F(DupesCommandTest, TheDemoBoardsDuplicateInTextAndJson)
     const std::string size = std::to_string(fs::file_size(utils / "MULTI.ZIP"));
     const auto text = kelvane({ "dupes", "--all" });
     EXPECT_EQ(text.status, 0) << text.err;
-    EXPECT_EQ(text.out, "Same name: MULTI.ZIP (2 copies)\n  area 1 (General Utilities)  MULTI.ZIP  " + size + " bytes  "
-                            + fileListDate(utils / "MULTI.ZIP") + "  " + (utils / "MULTI.ZIP").string()
-                            + "  not in the Files List\n  area 3 (Shareware CD-ROM)  MULTI.ZIP  " + size
-                            + " bytes  03-15-96  " + (cdrom / "MULTI.ZIP").string()
-                            + "  in the Files List\n1 group of duplicates; the extra copies take " + size + " bytes\n");
+    EXPECT_EQ(text.out,
+              "Same name: MULTI.ZIP (2 copies)\n  area 1 (General Utilities)  MULTI.ZIP  " + size + " bytes  "
+                  + fileListDate(utils / "MULTI.ZIP") + "  " + (utils / "MULTI.ZIP").string()
+                  + "  not in the Files List\n  area 3 (Shareware CD-ROM)  MULTI.ZIP  " + size + " bytes  03-15-96  "
+                  + (cdrom / "MULTI.ZIP").string()
+                  + "  in the Files List\n1 group of duplicates; the extra copies take " + size + " bytes\n");
 
     const auto json = kelvane({ "dupes", "1-3", "--by", "both", "--json" });
     EXPECT_EQ(json.status, 0) << json.err;
@@ -88,8 +89,9 @@ TEST_F(DupesCommandTest, RemovingExtraCopiesNeedsYesAndGoesThroughTheEditorsDele
     // with its backup, and the Make Index question (answered by --yes) comes at the end.
     const fs::path uploads = demo / "files" / "uploads";
     fs::copy_file(utils / "ARCHIVER.ZIP", uploads / "ARCHIVER.ZIP");
-    TestBoard::writeFile(uploads / "FILES.LST", TestBoard::readFile(uploads / "FILES.LST")
-                                                    + "ARCHIVER.ZIP       99 05-17-96 The same archiver\r\n");
+    TestBoard::writeFile(uploads / "FILES.LST",
+                         TestBoard::readFile(uploads / "FILES.LST")
+                             + "ARCHIVER.ZIP       99 05-17-96 The same archiver\r\n");
     const auto removed = kelvane({ "dupes", "1,5", "--by", "content", "--remove-extra", "--yes" });
     EXPECT_EQ(removed.status, 0) << removed.err;
     EXPECT_FALSE(fs::exists(uploads / "ARCHIVER.ZIP"));
@@ -110,8 +112,9 @@ TEST_F(DupesCommandTest, ADamagedCacheIsOneLineAndIsRebuilt)
     const auto again = kelvane({ "dupes", "--all", "--by", "content" });
     EXPECT_EQ(again.status, 0);
     EXPECT_EQ(again.out, first.out);
-    EXPECT_EQ(again.err, "kelvane: the hash cache " + cache.string()
-                             + " is damaged or not Kelvane's; it is ignored and rebuilt\n");
+    EXPECT_EQ(again.err,
+              "kelvane: the hash cache " + cache.string()
+                  + " is damaged or not Kelvane's; it is ignored and rebuilt\n");
     EXPECT_NE(TestBoard::readFile(cache), "KVHC and then nothing that belongs here");
 }
 

@@ -211,7 +211,8 @@ TEST_F(DupesTest, RemovalKeepsOneFileAndNeverChangesAReadOnlyAreaOrTheKeptFile)
         { DupesKeep::Oldest, { A::Delete, A::Keep, A::DeleteFile, A::LeaveReadOnly, A::EraseEntry } },
         { DupesKeep::Newest, { A::Delete, A::DeleteFile, A::Keep, A::LeaveReadOnly, A::EraseEntry } },
     };
-    ASSERT_EQ(described(report)[0], "name FOO.ZIP: 1 FOO.ZIP listed | 2 foo.zip | 2 FOO.ZIP | 4 FOO.ZIP | 5 FOO.ZIP listed");
+    ASSERT_EQ(described(report)[0],
+              "name FOO.ZIP: 1 FOO.ZIP listed | 2 foo.zip | 2 FOO.ZIP | 4 FOO.ZIP | 5 FOO.ZIP listed");
     for (const auto& [keep, expected] : cases) {
         std::vector<A> actions;
         for (const DupeRemoval& removal : planRemoval(opened, report.groups[0], keep))
