@@ -239,9 +239,14 @@ fs::path DemoBoard::build(const fs::path& directory, const CodePage& page)
     // 3. A CD-ROM area.
     const fs::path cdrom = makeFolder(files / "cdrom");
     makeZip(cdrom / "SIMTEL.ZIP", "SimTel MS-DOS collection index", "SIMTEL.IDX");
-    writeFilesList(
-        cdrom / "FILES.LST",
-        { { "SIMTEL.ZIP", sizeOf(cdrom / "SIMTEL.ZIP"), "02-01-96", { "SimTel MS-DOS collection index" } } });
+    // The editor of the utilities area is on the CD as well: a duplicate across two areas.
+    fs::copy_file(utils / "MULTI.ZIP", cdrom / "MULTI.ZIP", fs::copy_options::overwrite_existing);
+    writeFilesList(cdrom / "FILES.LST",
+                   { { "SIMTEL.ZIP", sizeOf(cdrom / "SIMTEL.ZIP"), "02-01-96", { "SimTel MS-DOS collection index" } },
+                     { "MULTI.ZIP",
+                       sizeOf(cdrom / "MULTI.ZIP"),
+                       "03-15-96",
+                       { "MultiEdit 7.0", "A programmer's editor for DOS" } } });
     AreaRecord cdromArea = simpleArea(page, "Shareware CD-ROM", cdrom);
     cdromArea.cdrom = "Yes";
     BoardTool::add(mainNode, cdromArea);

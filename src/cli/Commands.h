@@ -22,6 +22,7 @@ std::unique_ptr<Command> makeMoveCommand();
 std::unique_ptr<Command> makeIndexCommand();
 std::unique_ptr<Command> makeCheckCommand();
 std::unique_ptr<Command> makeExportCommand();
+std::unique_ptr<Command> makeDupesCommand();
 
 /// Writes one area record as the board tool and "areas" show it.
 void printAreaRecord(std::ostream& out, int number, const AreaRecord& record, const CodePage& page);

@@ -1,0 +1,75 @@
+#pragma once
+
+#include "platform/FileIdentity.h"
+
+#include <QString>
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <string_view>
+#include <unordered_map>
+
+namespace Kelvane {
+
+/// A file's SHA-256.
+using ContentDigest = std::array<unsigned char, 32>;
+
+/// The SHA-256 of the file at path, read once from start to end (libcrypto's, which uses the
+/// processor's SHA instructions where it has them); nothing when the file is gone or cannot
+/// be read, with why in reason.
+std::optional<ContentDigest> digestOfFile(const std::filesystem::path& path, QString& reason);
+
+/// The hash of each file the duplicate finder has read, keyed by what tells one version of a
+/// file from another (size, time of last change, device and inode), so a run over an
+/// unchanged board reads no file again.
+///
+/// On disk: "KVHC", a format number, the count, the records, and a checksum of all that;
+/// anything else (a damaged, cut or foreign file) is ignored whole and rebuilt, never half
+/// trusted. The file is Kelvane's own and may be deleted at any time.
+class DupesHashCache
+{
+public:
+    /// The cache's file in the program's directory.
+    static std::filesystem::path defaultPath();
+
+    /// Reads path. A missing file is an empty cache; a file that is not a sound cache gives
+    /// an empty cache and its one line in problem.
+    void load(const std::filesystem::path& path, QString& problem);
+    /// Writes the cache whole beside path and renames it into place; false, with why in
+    /// problem, when it could not be written (the old file is then left as it was).
+    bool save(const std::filesystem::path& path, QString& problem) const;
+
+    std::optional<ContentDigest> find(const FileIdentity& identity);
+    void insert(const FileIdentity& identity, const ContentDigest& digest);
+    /// Drops every hash find and insert did not touch since load (a run over the whole
+    /// board: files gone or changed leave the cache).
+    void dropUntouched();
+
+    std::size_t size() const { return m_hashes.size(); }
+    /// Whether the cache changed since it was loaded.
+    bool changed() const { return m_changed; }
+
+    /// The bytes of the cache file, and the cache they hold (nothing for unsound bytes).
+    std::string serialize() const;
+    static std::optional<DupesHashCache> parse(std::string_view bytes);
+
+private:
+    struct IdentityHash
+    {
+        std::size_t operator()(const FileIdentity& identity) const;
+    };
+    struct Stored
+    {
+        ContentDigest digest;
+        bool touched = false;
+    };
+
+    std::unordered_map<FileIdentity, Stored, IdentityHash> m_hashes;
+    bool m_changed = false;
+};
+
+} // namespace Kelvane

@@ -1,0 +1,231 @@
+#include "boardwide/Dupes.h"
+
+#include "platform/CodePage.h"
+#include "support/TestBoard.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+
+using namespace Qt::StringLiterals;
+
+namespace Kelvane {
+namespace {
+
+namespace fs = std::filesystem;
+using Testing::TestBoard;
+
+// Alpha lists FOO.ZIP and BAR.ZIP (whose file is gone) and holds a long-named report and an
+// empty file; Beta holds foo.zip (the same bytes as Alpha's), another FOO.ZIP of other bytes
+// in its second directory, a copy of the report under another name, and lists the report by
+// its short alias; Gamma's directory is gone.
+class DupesTest : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        AreaRecord alpha = board.simpleRecord("Alpha");
+        TestBoard::writeFile(fs::path(alpha.path) / "FILES.LST",
+                             "FOO.ZIP             4 01-02-97 Foo\r\nBAR.ZIP            10 01-03-97 Bar\r\n");
+        TestBoard::writeFile(fs::path(alpha.path) / "FOO.ZIP", "same");
+        TestBoard::writeFile(fs::path(alpha.path) / "Long Report Name.txt", "report");
+        TestBoard::writeFile(fs::path(alpha.path) / "EMPTY.TXT", "");
+        TestBoard::writeFile(fs::path(alpha.path) / "EMPTY2.TXT", "");
+        board.addArea(alpha);
+
+        AreaRecord beta = board.simpleRecord("Beta");
+        const fs::path second = board.root() / "areas" / "Beta2";
+        fs::create_directories(second);
+        beta.alt[0] = second.string();
+        TestBoard::writeFile(fs::path(beta.path) / "FILES.LST", "LONGRE~1.TXT        6 02-02-97 Report\r\n");
+        TestBoard::writeFile(fs::path(beta.path) / "foo.zip", "same");
+        TestBoard::writeFile(second / "FOO.ZIP", "diff");
+        TestBoard::writeFile(fs::path(beta.path) / "COPY.BIN", "report");
+        board.addArea(beta);
+
+        AreaRecord gamma = board.simpleRecord("Gamma");
+        fs::remove_all(gamma.path);
+        board.addArea(gamma);
+    }
+
+    DupesReport find(DupesBy by, DupesHashCache* cache = nullptr, DigestReader reader = digestOfFile)
+    {
+        const Board opened = Board::open(board.mainNode(), CodePage::windows1252());
+        return findDuplicates(opened, { 1, 2, 3 }, { .by = by, .cache = cache, .readDigest = std::move(reader) });
+    }
+
+    // "name FOO.ZIP: 1 FOO.ZIP listed | 2 foo.zip | ..." for each group.
+    static std::vector<std::string> described(const DupesReport& report)
+    {
+        std::vector<std::string> lines;
+        for (const DupeGroup& group : report.groups) {
+            std::string line = group.kind == DupeGroup::Kind::Name ? "name " + group.key : "content";
+            for (const DupeCopy& copy : group.copies) {
+                line += (&copy == &group.copies.front() ? ": " : " | ") + std::to_string(copy.area) + ' ' + copy.name;
+                if (copy.listed())
+                    line += " listed";
+                if (!copy.hasFile())
+                    line += " nofile";
+            }
+            lines.push_back(line);
+        }
+        return lines;
+    }
+
+    TestBoard board;
+};
+
+TEST_F(DupesTest, GroupsByNameContentOrBoth)
+{
+    const std::vector<std::string> byName = {
+        "name FOO.ZIP: 1 FOO.ZIP listed | 2 foo.zip | 2 FOO.ZIP",
+        "name LONG REPORT NAME.TXT: 1 Long Report Name.txt | 2 LONGRE~1.TXT listed nofile",
+    };
+    const std::vector<std::string> byContent = {
+        "content: 1 FOO.ZIP listed | 2 foo.zip",
+        "content: 1 Long Report Name.txt | 2 COPY.BIN",
+    };
+    struct Case
+    {
+        DupesBy by;
+        std::vector<std::string> groups;
+        std::uintmax_t extraBytes;
+    };
+    std::vector<std::string> both = byName;
+    both.insert(both.end(), byContent.begin(), byContent.end());
+    for (const Case& test : { Case { DupesBy::Name, byName, 8 }, Case { DupesBy::Content, byContent, 10 },
+                              Case { DupesBy::Both, both, 14 } }) {
+        const DupesReport report = find(test.by);
+        EXPECT_EQ(described(report), test.groups);
+        EXPECT_EQ(report.extraBytes, test.extraBytes);
+        ASSERT_EQ(report.skipped.size(), 1u);
+        EXPECT_EQ(report.skipped[0].number, 3);
+        // Only files sharing their size are read: never the empty ones, never BAR.ZIP.
+        EXPECT_EQ(report.filesRead, test.by == DupesBy::Name ? 0u : 5u);
+    }
+    const DupesReport report = find(DupesBy::Name);
+    EXPECT_EQ(report.groups[0].copies[0].date, "01-02-97");
+    EXPECT_EQ(report.groups[0].copies[1].size, 4u);
+}
+
+TEST_F(DupesTest, AWarmCacheReadsNoFileAndAChangedFileIsReadAgain)
+{
+    int reads = 0;
+    const DigestReader counting = [&](const fs::path& path, QString& reason) {
+        ++reads;
+        return digestOfFile(path, reason);
+    };
+    const fs::path path = board.programDirectory() / "DUPES.HSH";
+    QString problem;
+    DupesHashCache cache;
+    find(DupesBy::Content, &cache, counting);
+    EXPECT_EQ(reads, 5);
+    ASSERT_TRUE(cache.save(path, problem)) << problem.toStdString();
+
+    DupesHashCache warm;
+    warm.load(path, problem);
+    EXPECT_TRUE(problem.isEmpty());
+    reads = 0;
+    EXPECT_EQ(described(find(DupesBy::Content, &warm, counting)).size(), 2u);
+    EXPECT_EQ(reads, 0);
+    EXPECT_FALSE(warm.changed());
+
+    const fs::path changed = board.root() / "areas" / "Beta" / "COPY.BIN";
+    TestBoard::writeFile(changed, "rePort");
+    fs::last_write_time(changed, fs::last_write_time(changed) + std::chrono::hours(1));
+    warm.load(path, problem); // a new run
+    reads = 0;
+    EXPECT_EQ(described(find(DupesBy::Content, &warm, counting)).size(), 1u);
+    EXPECT_EQ(reads, 1);
+    warm.dropUntouched();
+    EXPECT_EQ(warm.size(), 5u);
+}
+
+TEST_F(DupesTest, ADamagedOrForeignCacheIsIgnoredWhole)
+{
+    DupesHashCache cache;
+    find(DupesBy::Content, &cache);
+    const std::string sound = cache.serialize();
+    ASSERT_TRUE(DupesHashCache::parse(sound));
+    EXPECT_EQ(DupesHashCache::parse(sound)->size(), 5u);
+    std::string flipped = sound;
+    flipped[40] = static_cast<char>(flipped[40] ^ 1);
+    std::string version = sound;
+    version[4] = 2;
+    for (const std::string& bad : { sound.substr(0, sound.size() - 1), flipped, version, std::string("KVHC"),
+                                    std::string("not a cache at all, just text"), std::string() })
+        EXPECT_FALSE(DupesHashCache::parse(bad)) << bad.size();
+
+    const fs::path path = board.programDirectory() / "DUPES.HSH";
+    TestBoard::writeFile(path, flipped);
+    QString problem;
+    DupesHashCache loaded;
+    loaded.load(path, problem);
+    EXPECT_EQ(loaded.size(), 0u);
+    EXPECT_EQ(problem.toStdString(),
+              "the hash cache " + path.string() + " is damaged or not Kelvane's; it is ignored and rebuilt");
+}
+
+TEST_F(DupesTest, BadFilesAreOneLineEachAndTheRestIsDone)
+{
+    // A file that vanishes between the listing and its turn to be hashed.
+    const fs::path vanishing = board.root() / "areas" / "Beta" / "COPY.BIN";
+    const DigestReader vanish = [&](const fs::path& path, QString& reason) {
+        fs::remove(vanishing);
+        return digestOfFile(path, reason);
+    };
+    // A name Windows-1252 cannot show is taken as its short alias.
+    TestBoard::writeFile(board.root() / "areas" / "Beta" / "\xE6\x97\xA5\xE6\x9C\xAC.zip", "japan");
+    const DupesReport report = find(DupesBy::Both, nullptr, vanish);
+    EXPECT_EQ(report.filesLeftOut, 1u);
+    ASSERT_EQ(report.notices.size(), 2u);
+    EXPECT_NE(report.notices[0].indexOf(u"cannot be shown in Windows-1252; it is taken as"_s), -1)
+        << report.notices[0].toStdString();
+    EXPECT_EQ(report.notices[1].toStdString(),
+              "area 2: " + vanishing.string() + ": it vanished before it could be read; it is left out");
+    EXPECT_EQ(described(report).size(), 3u); // the report's content group is gone with its copy
+}
+
+TEST_F(DupesTest, RemovalKeepsOneFileAndNeverChangesAReadOnlyAreaOrTheKeptFile)
+{
+    AreaRecord cd = board.simpleRecord("CD");
+    cd.cdrom = "Yes";
+    TestBoard::writeFile(fs::path(cd.path) / "FOO.ZIP", "cd!!");
+    board.addArea(cd);
+    // Beta's second directory is Alpha's file directory: its FOO.ZIP is Alpha's own file.
+    AreaRecord shared = board.simpleRecord("Shared");
+    shared.path = (board.root() / "areas" / "Alpha").string();
+    shared.filesList = (board.root() / "areas" / "Shared" / "FILES.LST").string();
+    TestBoard::writeFile(shared.filesList, "FOO.ZIP             4 01-02-97 Foo\r\n");
+    board.addArea(shared);
+    fs::last_write_time(board.root() / "areas" / "Beta2" / "FOO.ZIP",
+                        fs::last_write_time(board.root() / "areas" / "Alpha" / "FOO.ZIP") + std::chrono::hours(1));
+    fs::last_write_time(board.root() / "areas" / "Beta" / "foo.zip",
+                        fs::last_write_time(board.root() / "areas" / "Alpha" / "FOO.ZIP") - std::chrono::hours(1));
+
+    const Board opened = Board::open(board.mainNode(), CodePage::windows1252());
+    const DupesReport report = findDuplicates(opened, { 1, 2, 4, 5 }, { .by = DupesBy::Name });
+    using A = DupeRemoval::Action;
+    // Copies: Alpha FOO.ZIP (listed), Beta foo.zip (oldest), Beta2 FOO.ZIP (newest), CD, Shared.
+    const std::vector<std::pair<DupesKeep, std::vector<A>>> cases = {
+        { DupesKeep::First, { A::Keep, A::DeleteFile, A::DeleteFile, A::LeaveReadOnly, A::EraseEntry } },
+        { DupesKeep::Oldest, { A::Delete, A::Keep, A::DeleteFile, A::LeaveReadOnly, A::EraseEntry } },
+        { DupesKeep::Newest, { A::Delete, A::DeleteFile, A::Keep, A::LeaveReadOnly, A::EraseEntry } },
+    };
+    // Shared also repeats Alpha's other names; FOO.ZIP is the group of interest.
+    const auto foo = std::find_if(report.groups.begin(), report.groups.end(),
+                                  [](const DupeGroup& group) { return group.key == "FOO.ZIP"; });
+    ASSERT_NE(foo, report.groups.end());
+    EXPECT_EQ(described({ { *foo }, {}, {}, 0, 0, 0 })[0],
+              "name FOO.ZIP: 1 FOO.ZIP listed | 2 foo.zip | 2 FOO.ZIP | 4 FOO.ZIP | 5 FOO.ZIP listed");
+    for (const auto& [keep, expected] : cases) {
+        std::vector<A> actions;
+        for (const DupeRemoval& removal : planRemoval(opened, *foo, keep))
+            actions.push_back(removal.action);
+        EXPECT_EQ(actions, expected) << static_cast<int>(keep);
+    }
+}
+
+} // namespace
+} // namespace Kelvane
