@@ -112,8 +112,9 @@ protected:
     static void doubleClickRow(FindFilesForm* form, int row)
     {
         auto* table = form->findChild<QTableView*>(u"lsvFindResults"_s);
-        const QRect rect = table->visualRect(table->model()->index(row, FindResultsModel::FileName));
-        QTest::mouseDClick(table->viewport(), Qt::LeftButton, {}, rect.center());
+        const QPoint cell = table->visualRect(table->model()->index(row, FindResultsModel::FileName)).center();
+        QTest::mouseClick(table->viewport(), Qt::LeftButton, {}, cell);
+        QTest::mouseDClick(table->viewport(), Qt::LeftButton, {}, cell);
     }
 
     QStringList menuTitles() const
