@@ -9,6 +9,7 @@
 #include <QApplication>
 #include <QCloseEvent>
 #include <QComboBox>
+#include <QElapsedTimer>
 #include <QFormLayout>
 #include <QHBoxLayout>
 #include <QHeaderView>
@@ -186,17 +187,15 @@ public:
     void areaSearched(const BoardArea& area, int position, int count, std::vector<SearchHit>& hits) override
     {
         m_form.m_results->addArea(area.number, areaTitle(area, m_page), hits);
-        m_form.m_progress->setValue(position);
-        m_form.m_status->setText(u"Searched %1 of %2 File Areas: %3"_s.arg(position).arg(count).arg(
-            filesFound(m_form.m_results->rowCount())));
-        m_form.m_host.session().port().processEvents();
+        m_done = position;
+        turnEventLoop(count);
     }
 
     void areaSkipped(const AreaProblem& problem) override
     {
         m_skipped.append(problem.line(m_page));
-        m_form.m_progress->setValue(m_form.m_progress->value() + 1);
-        m_form.m_host.session().port().processEvents();
+        ++m_done;
+        turnEventLoop(0);
     }
 
     bool cancelRequested() override { return m_form.m_cancelRequested; }
@@ -204,9 +203,30 @@ public:
     const QStringList& skipped() const { return m_skipped; }
 
 private:
+    // A turn repaints the table and the status line: after the first area, so the first
+    // results show at once, and then at most every TurnInterval, so that a hundred small
+    // areas are not a hundred repaints while Cancel is still seen within a blink.
+    void turnEventLoop(int count)
+    {
+        if (m_turns > 0 && !m_sinceTurn.hasExpired(TurnInterval))
+            return;
+        ++m_turns;
+        m_form.m_progress->setValue(m_done);
+        m_form.m_status->setText(u"Searched %1 of %2 File Areas: %3"_s.arg(m_done)
+                                     .arg(count > 0 ? count : m_form.m_progress->maximum())
+                                     .arg(filesFound(m_form.m_results->rowCount())));
+        m_form.m_host.session().port().processEvents();
+        m_sinceTurn.start();
+    }
+
+    static constexpr int TurnInterval = 50; // ms
+
     FindFilesForm& m_form;
     const CodePage& m_page;
     QStringList m_skipped;
+    QElapsedTimer m_sinceTurn;
+    int m_turns = 0;
+    int m_done = 0;
 };
 
 void FindFilesForm::cmdFind_Click()
