@@ -106,11 +106,12 @@ void FindFilesForm::buildControls()
     QHeaderView* columns = m_table->horizontalHeader();
     columns->setHighlightSections(false);
     columns->setStretchLastSection(true);
-    const int character = m_table->fontMetrics().horizontalAdvance(u'M');
-    m_table->setColumnWidth(FindResultsModel::Area, 16 * character);
-    m_table->setColumnWidth(FindResultsModel::FileName, 11 * character);
-    m_table->setColumnWidth(FindResultsModel::Size, 7 * character);
-    m_table->setColumnWidth(FindResultsModel::Date, 6 * character);
+    const QFontMetrics metrics = m_table->fontMetrics();
+    const int padding = 2 * metrics.horizontalAdvance(u'M');
+    m_table->setColumnWidth(FindResultsModel::Area, 16 * metrics.horizontalAdvance(u'M'));
+    m_table->setColumnWidth(FindResultsModel::FileName, metrics.horizontalAdvance(u"WWWWWWWW.WWW"_s) + padding / 2);
+    m_table->setColumnWidth(FindResultsModel::Size, metrics.horizontalAdvance(u"000000000"_s) + padding);
+    m_table->setColumnWidth(FindResultsModel::Date, metrics.horizontalAdvance(u"00-00-00"_s) + padding);
     connect(m_table, &QTableView::doubleClicked, this, [this](const QModelIndex& index) {
         if (index.isValid())
             lsvFindResults_DblClick(index.row());
