@@ -4,6 +4,9 @@
 #include <QString>
 #include <QStringList>
 
+#include <cstddef>
+#include <string>
+
 class QStatusBar;
 class QWidget;
 
@@ -41,6 +44,12 @@ public:
     /// Loads area areaNumber (already set in the session) and opens its editor, or returns
     /// the frame to its no-area state; true when the editor is open.
     virtual bool openChosenArea(const QString& title) = 0;
+
+    /// Opens area areaNumber through the chooser's path, switching from the open area as the
+    /// area box does (its question about unsaved work included), and highlights the entry a
+    /// search found at index of its list under name (bytes in the code page); false when the
+    /// area did not open or the open one stayed.
+    virtual bool openAreaAtEntry(int areaNumber, std::size_t index, const std::string& name) = 0;
 
     // Options.
     /// The frame's placement at its defaults: centred, three quarters of the screen.

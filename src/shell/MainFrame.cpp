@@ -12,6 +12,8 @@
 #include "shell/EditorForm.h"
 #include "shell/FileAreaTitlesForm.h"
 #include "shell/HelpMenu.h"
+#include "shell/FindFilesForm.h"
+#include "shell/FindResultsModel.h"
 #include "shell/MakeIndexForm.h"
 #include "shell/OptionsForm.h"
 #include "shell/QtPort.h"
@@ -173,11 +175,39 @@ void MainFrame::buildMenus()
     view->addSeparator();
     action(view, u"mnuViewOptions"_s, tr("&Options..."), &MainFrame::mnuViewOptions_Click);
 
+    buildToolsMenu();
+
     QMenu* help = addHelpMenu(*menuBar(), *this);
     m_helpMenu = help->menuAction();
     // F1 belongs to the frame's item only: the same key on a child form's item would make
     // the shortcut ambiguous.
     help->findChild<QAction*>(u"mnuHelpContents"_s)->setShortcut(QKeySequence::HelpContents);
+}
+
+// The board-wide tools work with or without an area open, so their menu stays in the menu
+// bar in every state, after the editor's menus while they are installed.
+void MainFrame::buildToolsMenu()
+{
+    struct Tool
+    {
+        const char16_t* name;
+        const char* caption;
+        QKeySequence shortcut;
+        void (MainFrame::*handler)();
+    };
+    const Tool tools[] = {
+        { u"mnuFindFiles", QT_TR_NOOP("&Find Files..."), QKeySequence(Qt::CTRL | Qt::Key_F),
+          &MainFrame::mnuFindFiles_Click },
+    };
+    QMenu* menu = menuBar()->addMenu(tr("&Tools"));
+    menu->setObjectName(u"mnuTools"_s);
+    m_toolsMenu = menu->menuAction();
+    for (const Tool& tool : tools) {
+        QAction* item = menu->addAction(tr(tool.caption));
+        item->setObjectName(QString::fromUtf16(tool.name));
+        item->setShortcut(tool.shortcut);
+        connect(item, &QAction::triggered, this, tool.handler);
+    }
 }
 
 void MainFrame::buildToolBars()
@@ -341,19 +371,8 @@ void MainFrame::mnuOpenFileAreas_Click()
     if (m_chooserOpen || m_editor)
         return;
     try {
-        const QString mainNode = unicodeFromPath(m_session.area.MainNodePath);
-        if (mainNode.isEmpty()) {
-            m_session.ShowAlert("NoPath");
+        if (!boardReachable())
             return;
-        }
-        if (mainNode.size() <= 3) {
-            m_session.ShowAlert("InValidPath");
-            return;
-        }
-        if (!findFareaFile(m_session.area.MainNodePath)) {
-            m_session.ShowAlert("NoFareaDatFile");
-            return;
-        }
         BusyPointer busy(m_port);
         setStatusText(u"Loading File Area Folders, Please wait..."_s);
         setOpenFileAreasEnabled(false);
@@ -364,6 +383,65 @@ void MainFrame::mnuOpenFileAreas_Click()
             ok->setFocus();
     } catch (...) {
         m_session.ReportError("mnuOpenFileAreas_Click");
+    }
+}
+
+// The main node path and the board's area records, checked before a form that lists the
+// areas opens; each missing piece is its alert.
+bool MainFrame::boardReachable()
+{
+    const QString mainNode = unicodeFromPath(m_session.area.MainNodePath);
+    if (mainNode.isEmpty()) {
+        m_session.ShowAlert("NoPath");
+        return false;
+    }
+    if (mainNode.size() <= 3) {
+        m_session.ShowAlert("InValidPath");
+        return false;
+    }
+    if (!findFareaFile(m_session.area.MainNodePath)) {
+        m_session.ShowAlert("NoFareaDatFile");
+        return false;
+    }
+    return true;
+}
+
+void MainFrame::mnuFindFiles_Click()
+{
+    try {
+        if (!m_findFiles) {
+            if (!boardReachable())
+                return;
+            m_findFiles = new FindFilesForm(*this, this);
+            m_findFiles->loadAreas();
+        }
+        m_findFiles->show();
+        m_findFiles->raise();
+        m_findFiles->activateWindow();
+    } catch (...) {
+        m_session.ReportError("mnuFindFiles_Click");
+    }
+}
+
+bool MainFrame::openAreaAtEntry(int areaNumber, std::size_t index, const std::string& name)
+{
+    BusyPointer busy(m_port);
+    try {
+        if (m_editor && m_session.area.AreaNumber != areaNumber && !closeEditorForSwitch())
+            return false;
+        if (!m_editor && !openArea(areaNumber)) {
+            showNoAreaState();
+            return false;
+        }
+        raise();
+        activateWindow();
+        if (const int row = entryRow(m_editor->table().entries(), index, name); row >= 0)
+            m_editor->selectRow(row);
+        return true;
+    } catch (...) {
+        m_switching = false;
+        m_session.ReportError("openAreaAtEntry");
+        return false;
     }
 }
 
@@ -448,7 +526,7 @@ void MainFrame::installEditorMenus(bool installed)
     if (!installed || !m_editor)
         return;
     for (QMenu* menu : m_editor->menus()) {
-        menuBar()->insertAction(m_helpMenu, menu->menuAction());
+        menuBar()->insertAction(m_toolsMenu, menu->menuAction());
         m_editorMenus.append(menu->menuAction());
     }
 }
@@ -492,21 +570,9 @@ void MainFrame::tbToolBar2_ButtonClick(QAction* button)
 void MainFrame::tbToolBar3_ButtonClick()
 {
     BusyPointer busy(m_port);
-    m_session.SwitchingAreas = true;
-    m_switching = true;
     try {
-        if (m_editor) {
-            if (QWidget* window = m_editor->parentWidget())
-                window->close();
-        }
-        m_switching = false;
-        if (m_editor) {
-            // The editor stayed open: its work could not be saved. The switch is off.
-            m_session.SwitchingAreas = false;
-            const QSignalBlocker blocker(m_areaBox);
-            m_areaBox->setCurrentIndex(m_session.area.AreaNumber - 1);
+        if (!closeEditorForSwitch())
             return;
-        }
         m_session.area.AreaNumber = m_areaBox->currentIndex() + 1;
         if (Farea_Dat_Initialize(m_session) && openEditor(m_areaBox->currentText()))
             return;
@@ -517,6 +583,25 @@ void MainFrame::tbToolBar3_ButtonClick()
         m_switching = false;
         m_session.ReportError("Unload_frmEditFileArea");
     }
+}
+
+// Unloads the open editor for a switch, whatever it asks about unsaved work included; false
+// when it stayed open because its work could not be saved, and the switch is off.
+bool MainFrame::closeEditorForSwitch()
+{
+    m_session.SwitchingAreas = true;
+    m_switching = true;
+    if (m_editor) {
+        if (QWidget* window = m_editor->parentWidget())
+            window->close();
+    }
+    m_switching = false;
+    if (!m_editor)
+        return true;
+    m_session.SwitchingAreas = false;
+    const QSignalBlocker blocker(m_areaBox);
+    m_areaBox->setCurrentIndex(m_session.area.AreaNumber - 1);
+    return false;
 }
 
 void MainFrame::setEditorToolbarsEnabled(bool enabled)
@@ -618,7 +703,10 @@ void MainFrame::closeEvent(QCloseEvent* event)
 bool MainFrame::MDIForm_Unload()
 {
     // The child forms go first: the editor's question about unsaved work comes before the
-    // Make Index question.
+    // Make Index question. A Find window in the middle of a search stops it and goes, and
+    // the program stays until it is asked to close again.
+    if (m_findFiles && !m_findFiles->close())
+        return false;
     if (m_editor) {
         if (QWidget* window = m_editor->parentWidget())
             window->close();

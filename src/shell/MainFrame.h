@@ -3,6 +3,7 @@
 #include "shell/FrameHost.h"
 
 #include <QMainWindow>
+#include <QPointer>
 #include <memory>
 
 class QAction;
@@ -14,6 +15,7 @@ class QToolBar;
 namespace Kelvane {
 
 class EditorForm;
+class FindFilesForm;
 class MakeIndexForm;
 class QtPort;
 
@@ -48,6 +50,7 @@ public:
     void setOpenFileAreasEnabled(bool enabled) override;
     void fillAreaBox(const QStringList& rows, int chosen) override;
     bool openChosenArea(const QString& title) override;
+    bool openAreaAtEntry(int areaNumber, std::size_t index, const std::string& name) override;
     QRect defaultPlacement() const override;
     void resetPlacement() override;
     void savePlacement() override;
@@ -65,6 +68,7 @@ public:
     void mnuOpenFileAreas_Click();
     void mnuExit_Click();
     void mnuViewOptions_Click();
+    void mnuFindFiles_Click();
     void tbToolBar2_ButtonClick(QAction* button);
     void tbToolBar3_ButtonClick();
 
@@ -75,6 +79,7 @@ protected:
 private:
     void Load_MDIForm();
     void buildMenus();
+    void buildToolsMenu();
     void buildToolBars();
     void buildStatusBars();
     void Load_Status_Bar1();
@@ -84,6 +89,8 @@ private:
     bool openEditor(const QString& title);
     void installEditorMenus(bool installed);
     bool MDIForm_Unload();
+    bool boardReachable();
+    bool closeEditorForSwitch();
     void updateOpenFileAreas();
 
     Session& m_session;
@@ -103,11 +110,13 @@ private:
     QAction* m_openFileAreasButton = nullptr;
     QAction* m_viewMenu = nullptr;
     QAction* m_helpMenu = nullptr;
+    QAction* m_toolsMenu = nullptr;
     QAction* m_viewToolbar = nullptr;
     QAction* m_viewStatusBar = nullptr;
     QList<QAction*> m_editorMenus;
 
     EditorForm* m_editor = nullptr; // cleared by editorClosed() when the editor unloads
+    QPointer<FindFilesForm> m_findFiles; // one Find window, brought forward when asked again
     std::unique_ptr<MakeIndexForm> m_makeIndex; // hidden from start-up on: it holds no list of its own
     bool m_chooserOpen = false; // the area chooser is open
     bool m_switching = false; // an area switch is replacing the editor

@@ -43,6 +43,7 @@ public:
         openedTitles.append(title);
         return true;
     }
+    bool openAreaAtEntry(int, std::size_t, const std::string&) override { return false; }
     QRect defaultPlacement() const override { return { 10, 10, 600, 400 }; }
     void resetPlacement() override { ++resets; }
     void savePlacement() override { ++placementSaves; }

@@ -33,6 +33,7 @@ public:
     void setOpenFileAreasEnabled(bool) override { }
     void fillAreaBox(const QStringList&, int) override { }
     bool openChosenArea(const QString&) override { return false; }
+    bool openAreaAtEntry(int, std::size_t, const std::string&) override { return false; }
     QRect defaultPlacement() const override { return { 0, 0, 800, 600 }; }
     void resetPlacement() override { }
     void savePlacement() override { }
