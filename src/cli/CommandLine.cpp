@@ -20,7 +20,8 @@ int runCommandLine(int argc, const char* const* argv, CommandContext& context)
     for (auto make :
          { makeBoardCommand, makeAreasCommand, makeShowCommand, makeRewriteCommand, makeScanCommand, makeReadDizCommand,
            makeRefreshCommand, makeEraseCommand, makeDeleteCommand, makeStripUploadersCommand, makeSortCommand,
-           makeMoveCommand, makeIndexCommand, makeCheckCommand, makeExportCommand }) {
+           makeMoveCommand, makeIndexCommand, makeCheckCommand, makeExportCommand,
+           makeAllFilesCommand, makeFindCommand }) {
         std::unique_ptr<Command> command = make();
         CLI::App* parsed = command->setUp(app);
         commands.emplace_back(std::move(command), parsed);
