@@ -63,11 +63,12 @@ nav ol { columns: 2; padding-left: 1.5em; }
 nav li span, .count { color: #5a6372; }
 section { margin-top: 2.5em; }
 h2 { border-bottom: 2px solid #3b5b8c; padding-bottom: 0.2em; }
-table { border-collapse: collapse; width: 100%; }
+table { border-collapse: collapse; width: 100%; table-layout: fixed; }
+th:nth-child(1) { width: 11em; } th:nth-child(2) { width: 6.5em; } th:nth-child(3) { width: 6em; }
 th { text-align: left; background: #3b5b8c; color: #fff; padding: 0.3em 0.6em; }
 td { vertical-align: top; padding: 0.25em 0.6em; border-bottom: 1px solid #d8dce3; }
 tbody tr:nth-child(even) { background: #f0f3f8; }
-td.name { font-weight: bold; white-space: nowrap; }
+td.name { font-weight: bold; overflow-wrap: anywhere; }
 td.size, th.size { text-align: right; white-space: nowrap; }
 td.date { white-space: nowrap; }
 pre { margin: 0; font-family: "DejaVu Sans Mono", "Courier New", monospace; font-size: 0.9em; line-height: 1.15;
