@@ -126,9 +126,13 @@ int main()
     pass &= !html.failed;
     std::printf("%-48s %9.1f ms, %.1f MB (no target)\n", "allfiles --format html", html.seconds * 1000, html.megabytes);
 
-    // The lists just written go to the disk now, not during the searches measured next.
+    // The lists just written go to the disk now, not during the searches measured next. The
+    // web page may have pushed the Files Lists out of the page cache: the first search reads
+    // them from the disk, and is shown apart from the figures on a warm cache.
     ::sync();
-    for (const char* in : { "names", "descriptions", "both" }) {
+    const Measure cold = runKelvane({ "find", "door game", "--all", "--main-node", node });
+    std::printf("%-48s %9.1f ms (no target)\n", "find, Files Lists read from the disk", cold.seconds * 1000);
+    for (const char* in : { "both", "descriptions", "names" }) {
         const Measure found = median({ "find", "door game", "--all", "--main-node", node, "--in", in });
         // Names hold no "door game": that search finds nothing and exits 0 all the same.
         pass &= !found.failed;
