@@ -92,7 +92,9 @@ TEST_F(BoardListCommandsTest, ListsInEachFormatWithTheBadAreasSkipped)
         { { "find", "price\xE2\x82\xAC.*", "--in", "names" }, { "PRICE\xE2\x82\xAC.TXT" }, {} },
     };
     for (const Case& c : cases) {
-        const std::string label = c.arguments[0] + ' ' + c.arguments[2];
+        std::string label;
+        for (const std::string& argument : c.arguments)
+            label += argument + ' ';
         const Testing::CliResult result = kelvane(c.arguments);
         EXPECT_EQ(result.status, 1) << label << ": the bad areas fail the run";
         for (const std::string& piece : c.present)
