@@ -3,6 +3,7 @@
 #include "board/AreaRecords.h"
 #include "board/BasicText.h"
 #include "board/BoardTool.h"
+#include "board/FileDates.h"
 #include "board/FilesList.h"
 #include "platform/CodePage.h"
 #include "platform/DurableFile.h"
@@ -265,8 +266,15 @@ fs::path DemoBoard::build(const fs::path& directory, const CodePage& page)
     const fs::path uploads = makeFolder(files / "uploads");
     makeZip(uploads / "FRESH.ZIP", "Fresh upload waiting for the index", "FRESH.EXE");
     writeFile(uploads / "NOTES.TXT", dosText("Notes of the upload area.\n"));
+    // A file uploaded a few days before the demo was built: the new-files list has it.
+    makeZip(uploads / "DOORKIT.ZIP", "BBS door kit 1.2 - door games for your board", "DOORKIT.EXE");
+    age(uploads / "DOORKIT.ZIP", 3);
     writeFilesList(uploads / "FILES.LST",
-                   { { "NOTES.TXT", sizeOf(uploads / "NOTES.TXT"), "05-17-96", { "Notes of the upload area" } } });
+                   { { "NOTES.TXT", sizeOf(uploads / "NOTES.TXT"), "05-17-96", { "Notes of the upload area" } },
+                     { "DOORKIT.ZIP",
+                       sizeOf(uploads / "DOORKIT.ZIP"),
+                       fileListDate(uploads / "DOORKIT.ZIP"),
+                       { "BBS door kit 1.2 - door games for your board", "Uploaded By: Sam Sysop" } } });
     AreaRecord uploadsArea = simpleArea(page, "New Uploads (indexed)", uploads);
     uploadsArea.index = page.fromPath(uploads / "UPLOADS.IDX");
     uploadsArea.master = "No";

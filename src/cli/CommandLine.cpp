@@ -21,7 +21,7 @@ int runCommandLine(int argc, const char* const* argv, CommandContext& context)
          { makeBoardCommand, makeAreasCommand, makeShowCommand, makeRewriteCommand, makeScanCommand, makeReadDizCommand,
            makeRefreshCommand, makeEraseCommand, makeDeleteCommand, makeStripUploadersCommand, makeSortCommand,
            makeMoveCommand, makeIndexCommand, makeCheckCommand, makeExportCommand,
-           makeDupesCommand }) {
+           makeDupesCommand, makeAllFilesCommand, makeFindCommand }) {
         std::unique_ptr<Command> command = make();
         CLI::App* parsed = command->setUp(app);
         commands.emplace_back(std::move(command), parsed);

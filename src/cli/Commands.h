@@ -23,6 +23,8 @@ std::unique_ptr<Command> makeIndexCommand();
 std::unique_ptr<Command> makeCheckCommand();
 std::unique_ptr<Command> makeExportCommand();
 std::unique_ptr<Command> makeDupesCommand();
+std::unique_ptr<Command> makeAllFilesCommand();
+std::unique_ptr<Command> makeFindCommand();
 
 /// Writes one area record as the board tool and "areas" show it.
 void printAreaRecord(std::ostream& out, int number, const AreaRecord& record, const CodePage& page);
