@@ -5,6 +5,7 @@
 
 #include "board/BoardTool.h"
 #include "board/CurrentArea.h"
+#include "board/FilesList.h"
 #include "board/Session.h"
 #include "platform/CodePage.h"
 
@@ -12,7 +13,10 @@
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
 #include <functional>
+#include <string>
+#include <string_view>
 #include <memory>
 #include <vector>
 
@@ -40,6 +44,24 @@ struct BenchArea
     SilentPort port { true };
     Session session;
 };
+
+/// Writes entries as the Files List of directory and adds the area "Area <number>" over
+/// directory to the board at node: the board-wide benchmarks' areas.
+inline void addListedArea(const std::filesystem::path& node,
+                          int number,
+                          const std::filesystem::path& directory,
+                          const EntryList& entries)
+{
+    std::ofstream list(directory / "FILES.LST", std::ios::binary);
+    FilesListFormat::format(entries, {}, [&](std::string_view bytes) {
+        list.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    });
+    AreaRecord record;
+    record.title = "Area " + std::to_string(number);
+    record.path = directory.string();
+    record.filesList = (directory / "FILES.LST").string();
+    BoardTool::add(node, record);
+}
 
 /// The median wall time of runs calls of work, each after prepare (not timed).
 inline double medianSeconds(int runs, const std::function<void()>& work, const std::function<void()>& prepare = {})

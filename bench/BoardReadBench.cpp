@@ -41,15 +41,7 @@ fs::path buildBoard(const fs::path& root, bool files)
             if (files)
                 std::ofstream(directory / name).put('x');
         }
-        std::ofstream list(directory / "FILES.LST", std::ios::binary);
-        FilesListFormat::format(entries, {}, [&](std::string_view bytes) {
-            list.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-        });
-        AreaRecord record;
-        record.title = "Area " + std::to_string(area);
-        record.path = directory.string();
-        record.filesList = (directory / "FILES.LST").string();
-        BoardTool::add(node, record);
+        Bench::addListedArea(node, area, directory, entries);
     }
     return node;
 }

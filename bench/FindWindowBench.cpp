@@ -54,15 +54,7 @@ fs::path buildBoard(const fs::path& root)
                                 "A file of the bench board, number " + std::to_string(i)
                                     + "\r\nwith a second line of description\r\n" });
         }
-        std::ofstream list(directory / "FILES.LST", std::ios::binary);
-        FilesListFormat::format(entries, {}, [&](std::string_view bytes) {
-            list.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-        });
-        AreaRecord record;
-        record.title = "Area " + std::to_string(area);
-        record.path = directory.string();
-        record.filesList = (directory / "FILES.LST").string();
-        BoardTool::add(node, record);
+        Bench::addListedArea(node, area, directory, entries);
     }
     return node;
 }
