@@ -19,6 +19,9 @@
 #include <sstream>
 #include <string>
 
+#include <dirent.h>
+#include <sys/stat.h>
+
 using namespace Kelvane;
 namespace fs = std::filesystem;
 
@@ -102,6 +105,31 @@ void measureHashes(const fs::path& root)
     fs::remove(file);
 }
 
+// The floor under every run that needs each file's size: the directories read and every file
+// stat'ed once, by name within its open directory, on one thread, and nothing else.
+double statFloor(const fs::path& root)
+{
+    return Bench::medianSeconds(3, [&] {
+        std::uintmax_t bytes = 0;
+        for (int area = 1; area <= AreaCount; ++area) {
+            const std::string directory = (root / "areas" / ("A" + std::to_string(area))).string();
+            DIR* stream = ::opendir(directory.c_str());
+            if (!stream)
+                continue;
+            while (const dirent* entry = ::readdir(stream)) {
+                struct stat info
+                {
+                };
+                if (entry->d_name[0] != '.' && ::fstatat(::dirfd(stream), entry->d_name, &info, 0) == 0)
+                    bytes += static_cast<std::uintmax_t>(info.st_size);
+            }
+            ::closedir(stream);
+        }
+        if (bytes == 0)
+            std::printf("the floor found no files\n");
+    });
+}
+
 double runDupes(const std::string& node, const char* by, std::string& output)
 {
     return Bench::medianSeconds(1, [&] {
@@ -118,17 +146,22 @@ double runDupes(const std::string& node, const char* by, std::string& output)
 
 } // namespace
 
-int main()
+// dupes_bench [DIRECTORY]: with a directory, the board is kept there (built on the first run
+// only), so that a profiler can run the finder again without waiting for a million files.
+int main(int argc, char** argv)
 {
     QTemporaryDir temporary;
-    const fs::path root = temporary.path().toStdString();
+    const fs::path root = argc > 1 ? fs::path(argv[1]) : fs::path(temporary.path().toStdString());
     // The settings and the hash cache stay in the bench's own directory.
     setenv("KELVANE_SETTINGS", (root / "settings.ini").c_str(), 1);
     setenv("KELVANE_HOME", (root / "program").c_str(), 1);
     measureHashes(root);
 
-    std::printf("Building a board of %d areas x %d entries with their files...\n", AreaCount, EntriesPerArea);
-    const std::string node = buildBoard(root).string();
+    std::string node = (root / "board").string();
+    if (argc < 2 || !fs::exists(root / "board")) {
+        std::printf("Building a board of %d areas x %d entries with their files...\n", AreaCount, EntriesPerArea);
+        node = buildBoard(root).string();
+    }
     std::string output;
     const auto summary = [&] { return output.substr(output.rfind('\n', output.size() - 2) + 1); };
     bool pass = true;
@@ -141,6 +174,8 @@ int main()
     pass &= Bench::report("dupes --by content, second run (cache warm)", runDupes(node, "content", output) * 1000, 2000,
                           "ms");
     std::printf("  %s", summary().c_str());
+    std::printf("%-48s %9.1f ms (the floor of any run that takes every file's size)\n",
+                "  readdir and stat of every file, one thread", statFloor(root) * 1000);
 
     // The same run through the finder, counting the files it reads.
     const Board board = Board::open(node, CodePage::windows1252());

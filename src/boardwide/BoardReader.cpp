@@ -8,6 +8,9 @@
 #include "platform/CodePage.h"
 #include "platform/FileNames.h"
 
+#include <future>
+#include <memory>
+
 using namespace Qt::StringLiterals;
 
 namespace Kelvane {
@@ -183,17 +186,15 @@ std::optional<AreaProblem> BoardReader::readArea(const BoardArea& area, AreaCont
                 continue;
             std::vector<ListedFile> listed;
             try {
-                listed = listDirectory(directory);
+                listed = listDirectory(directory, ListingOrder::ByName,
+                                       m_options.identities ? ListingDetail::Identities : ListingDetail::Names);
             } catch (const fs::filesystem_error& failure) {
                 return problem(u"its directory %1 cannot be listed: %2"_s.arg(pathText(directory), reasonOf(failure)));
             }
-            for (const ListedFile& file : listed) {
-                if (boardsOwn(foldName(file.text)))
-                    continue;
-                fs::path path = directory / file.name;
-                // A file that vanished between the listing and this look is no file of the area.
-                if (const std::optional<FileIdentity> identity = identityOf(path))
-                    contents.files.push_back({ slot, std::move(path), *identity });
+            contents.files.reserve(contents.files.size() + listed.size());
+            for (ListedFile& file : listed) {
+                if (!boardsOwn(file.key))
+                    contents.files.push_back({ slot, std::move(file.name), std::move(file.text), file.identity });
             }
         }
     }
@@ -202,8 +203,28 @@ std::optional<AreaProblem> BoardReader::readArea(const BoardArea& area, AreaCont
 
 ReadSummary BoardReader::read(const std::vector<int>& numbers, AreaVisitor& visitor)
 {
-    ReadSummary summary;
+    // The disk work of the next area (its list read and parsed, its directories listed) is
+    // done on a second thread while the visitor takes the one before it; the visitor still
+    // sees every area in order, on the caller's thread. One area ahead, no more: more
+    // threads at once only fight over the allocator.
+    struct Read
+    {
+        std::unique_ptr<AreaContents> contents;
+        std::optional<AreaProblem> problem;
+    };
     const int count = static_cast<int>(numbers.size());
+    const auto begin = [&](int position) {
+        const BoardArea& area = m_board.area(numbers[static_cast<std::size_t>(position) - 1]);
+        return std::async(std::launch::async, [this, &area, position, count] {
+            Read read { std::unique_ptr<AreaContents>(new AreaContents { area, position, count, {}, false, {} }), {} };
+            read.problem = readArea(area, *read.contents);
+            return read;
+        });
+    };
+    ReadSummary summary;
+    std::future<Read> next;
+    if (count > 0)
+        next = begin(1);
     for (int position = 1; position <= count; ++position) {
         if (visitor.stopRequested()) {
             summary.stopped = true;
@@ -212,14 +233,16 @@ ReadSummary BoardReader::read(const std::vector<int>& numbers, AreaVisitor& visi
         const BoardArea& area = m_board.area(numbers[static_cast<std::size_t>(position) - 1]);
         if (m_progress)
             m_progress->areaBegun(position, count, area);
-        AreaContents contents { area, position, count, {}, false, {} };
-        if (const std::optional<AreaProblem> problem = readArea(area, contents)) {
-            visitor.areaSkipped(*problem);
-            summary.skipped.push_back(*problem);
+        Read read = next.get();
+        if (position < count)
+            next = begin(position + 1);
+        if (read.problem) {
+            visitor.areaSkipped(*read.problem);
+            summary.skipped.push_back(*read.problem);
         } else {
-            summary.entries += contents.entries.size();
+            summary.entries += read.contents->entries.size();
             ++summary.areasRead;
-            visitor.areaRead(contents);
+            visitor.areaRead(*read.contents);
         }
         if (m_progress)
             m_progress->areaEnded(position, count, summary.entries);

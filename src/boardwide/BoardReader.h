@@ -113,8 +113,9 @@ struct AreaProblem
 struct AreaFile
 {
     int slot = 0; // 0 the file directory, 1..10 the additional ones
-    std::filesystem::path path;
-    FileIdentity identity; // size, time, device and inode
+    std::filesystem::path name; // its name within the directory
+    QString text;               // the name as text
+    FileIdentity identity;      // size, time, device and inode; zero unless asked for
 };
 
 /// One area as read. Valid during the visit only: a visitor that keeps the entries moves
@@ -149,6 +150,7 @@ struct ReadOptions
 {
     bool entries = true; // read each area's Files List
     bool files = false; // list each area's directories
+    bool identities = true; // with files: take each file's size, time, device and inode
 };
 
 struct ReadSummary

@@ -41,30 +41,73 @@ std::string hexOf(const ContentDigest& digest)
     return hex;
 }
 
+// A growing sequence that never moves what it holds: a million copies and their keys are
+// gathered in blocks of 4,096 (a deque's blocks hold three copies each).
+template <typename T> class Chunked
+{
+public:
+    static constexpr std::size_t Block = 4096;
+
+    T& push_back(T value)
+    {
+        if (m_size % Block == 0)
+            m_blocks.push_back(std::make_unique<T[]>(Block));
+        T& slot = m_blocks.back()[m_size++ % Block];
+        slot = std::move(value);
+        return slot;
+    }
+    T& operator[](std::size_t i) { return m_blocks[i / Block][i % Block]; }
+    const T& operator[](std::size_t i) const { return m_blocks[i / Block][i % Block]; }
+    std::size_t size() const { return m_size; }
+
+    template <typename F> void forEach(F f)
+    {
+        for (std::size_t i = 0; i < m_size; ++i)
+            f((*this)[i]);
+    }
+
+private:
+    std::vector<std::unique_ptr<T[]>> m_blocks;
+    std::size_t m_size = 0;
+};
+
+using Copies = Chunked<DupeCopy>;
+
 // Gathers every copy of the areas read, in board order.
 class CopyCollector : public AreaVisitor
 {
 public:
-    CopyCollector(const CodePage& page, DupesReport& report)
+    CopyCollector(const CodePage& page, DupesReport& report, bool identities)
         : m_page(page)
         , m_report(report)
+        , m_identities(identities)
     {
     }
 
     void areaRead(AreaContents& contents) override
     {
         const BoardArea& area = contents.area;
-        // The files of each directory, by upper-case name, for the entries to claim.
-        std::unordered_map<std::string, std::vector<std::size_t>> byKey;
+        // The files of each directory by upper-case name, for the entries to claim: the first
+        // unclaimed one and, through next, the others of that name in slot order.
+        constexpr std::size_t None = std::size_t(-1);
+        struct Unclaimed
+        {
+            std::size_t first;
+            std::size_t last;
+        };
+        std::unordered_map<std::string_view, Unclaimed> byKey;
+        byKey.reserve(contents.files.size());
+        const std::size_t base = copies.size();
+        std::vector<std::size_t> next(contents.files.size(), None);
         std::vector<std::unique_ptr<DirectoryAliases>> aliases(DirectorySlots);
         for (const AreaFile& file : contents.files) {
             DupeCopy copy;
             copy.area = area.number;
             copy.slot = file.slot;
-            copy.diskName = file.path.filename().native();
+            copy.diskName = file.name.native();
             copy.size = file.identity.size;
             copy.identity = file.identity;
-            QString text = unicodeFromPath(file.path.filename());
+            QString text = file.text;
             const bool showable = m_page.canEncode(text);
             if (!showable || !isValidShortName(text.toUpper(), m_page)) {
                 const QString alias = aliasesOf(contents, file.slot, aliases).aliasOf(text);
@@ -72,27 +115,36 @@ public:
                     // The scan lists such a file by its alias, which the page can show.
                     m_report.notices.push_back(
                         u"area %1: the name of %2 cannot be shown in %3; it is taken as %4"_s.arg(area.number)
-                            .arg(unicodeFromPath(file.path), m_page.name(), alias));
+                            .arg(unicodeFromPath(area.directories[static_cast<std::size_t>(file.slot)] / file.name),
+                                 m_page.name(), alias));
                     text = alias;
                 } else {
                     m_longByAlias.push_back({ m_page.upper(m_page.fromUnicode(alias)), copies.size() });
                 }
             }
             copy.name = m_page.fromUnicode(text);
-            byKey[m_page.upper(copy.name)].push_back(copies.size());
+            const std::string_view key = m_keys.push_back(m_page.upper(copy.name));
+            const auto [at, added] = byKey.try_emplace(key, Unclaimed { copies.size(), copies.size() });
+            if (!added) {
+                next[at->second.last - base] = copies.size();
+                at->second.last = copies.size();
+            }
             copies.push_back(std::move(copy));
         }
         for (std::size_t i = 0; i < contents.entries.size(); ++i) {
             const Entry& entry = contents.entries[i];
-            const auto found = byKey.find(m_page.upper(entry.FileName));
+            std::string key = m_page.upper(entry.FileName);
+            const auto found = byKey.find(key);
             // The entry names the first unclaimed file of its name in slot order, the file the
             // editor's look-up finds for it.
-            if (found != byKey.end() && !found->second.empty()) {
-                DupeCopy& copy = copies[found->second.front()];
-                found->second.erase(found->second.begin());
+            if (found != byKey.end() && found->second.first != None) {
+                DupeCopy& copy = copies[found->second.first];
+                found->second.first = next[found->second.first - base];
                 copy.entry = static_cast<int>(i);
                 copy.name = entry.FileName;
                 copy.date = entry.Date;
+                if (!m_identities)
+                    copy.size = sizeOfEntry(entry.Size); // until the file's own is taken
                 continue;
             }
             DupeCopy copy;
@@ -101,6 +153,7 @@ public:
             copy.name = entry.FileName;
             copy.date = entry.Date;
             copy.size = sizeOfEntry(entry.Size);
+            m_keys.push_back(std::move(key));
             copies.push_back(std::move(copy));
         }
     }
@@ -109,30 +162,28 @@ public:
 
     /// Each copy's name key: the upper-case name, an alias taken as the one long name it
     /// stands for.
-    std::vector<std::string> nameKeys() const
+    const Chunked<std::string>& nameKeys()
     {
         std::unordered_map<std::string, std::string> longOf;
         for (const auto& [alias, index] : m_longByAlias) {
-            const std::string key = m_page.upper(copies[index].name);
+            const std::string& key = m_keys[index];
             const auto [at, added] = longOf.emplace(alias, key);
             if (!added && at->second != key)
                 at->second.clear(); // two long names share the alias: it stands for neither
         }
-        std::vector<std::string> keys;
-        keys.reserve(copies.size());
-        for (const DupeCopy& copy : copies) {
-            std::string key = m_page.upper(copy.name);
+        if (longOf.empty())
+            return m_keys;
+        m_keys.forEach([&](std::string& key) {
             if (key.find('~') != std::string::npos) {
                 const auto found = longOf.find(key);
                 if (found != longOf.end() && !found->second.empty())
                     key = found->second;
             }
-            keys.push_back(std::move(key));
-        }
-        return keys;
+        });
+        return m_keys;
     }
 
-    std::vector<DupeCopy> copies;
+    Copies copies;
 
 private:
     const DirectoryAliases&
@@ -143,7 +194,7 @@ private:
             std::vector<QString> names;
             for (const AreaFile& file : contents.files) {
                 if (file.slot == slot)
-                    names.push_back(unicodeFromPath(file.path.filename()));
+                    names.push_back(file.text);
             }
             made = std::make_unique<DirectoryAliases>(names, m_page);
         }
@@ -152,6 +203,8 @@ private:
 
     const CodePage& m_page;
     DupesReport& m_report;
+    bool m_identities; // the listing took each file's identity
+    Chunked<std::string> m_keys; // each copy's upper-case name
     std::vector<std::pair<std::string, std::size_t>> m_longByAlias;
 };
 
@@ -170,6 +223,28 @@ template <typename Key> std::vector<std::vector<std::size_t>> runsOf(std::vector
         start = end;
     }
     return runs;
+}
+
+// The identities of the grouped files of a listing that took none. A file gone since the
+// listing leaves its group; its entry, if listed, stays as an entry without a file.
+void takeIdentities(const Board& board, Copies& copies, std::vector<std::vector<std::size_t>>& runs)
+{
+    for (std::vector<std::size_t>& run : runs) {
+        std::erase_if(run, [&](std::size_t i) {
+            DupeCopy& copy = copies[i];
+            if (!copy.hasFile())
+                return false;
+            if (const std::optional<FileIdentity> identity = identityOf(pathOf(board, copy))) {
+                copy.identity = *identity;
+                copy.size = identity->size;
+                return false;
+            }
+            copy.slot = -1;
+            copy.diskName.clear();
+            return !copy.listed();
+        });
+    }
+    std::erase_if(runs, [](const std::vector<std::size_t>& run) { return run.size() < 2; });
 }
 
 bool sameFile(const DupeCopy& a, const DupeCopy& b)
@@ -191,18 +266,41 @@ DupesReport findDuplicates(const Board& board, const std::vector<int>& numbers, 
 {
     DupesReport report;
     const CodePage& page = board.codePage();
-    CopyCollector collector(page, report);
-    BoardReader reader(board, { .entries = true, .files = true });
+    // Only the content needs every file's identity; a search by name takes those of the
+    // files it groups.
+    const bool identities = options.by != DupesBy::Name;
+    CopyCollector collector(page, report, identities);
+    BoardReader reader(board, { .entries = true, .files = true, .identities = identities });
     reader.setProgress(options.progress);
     reader.read(numbers, collector);
-    std::vector<DupeCopy>& copies = collector.copies;
+    Copies& copies = collector.copies;
 
     std::vector<std::vector<std::size_t>> nameRuns;
     if (options.by != DupesBy::Content) {
-        const std::vector<std::string> keys = collector.nameKeys();
-        std::vector<std::size_t> all(copies.size());
-        std::iota(all.begin(), all.end(), 0);
-        nameRuns = runsOf(std::move(all), [&](std::size_t i) -> const std::string& { return keys[i]; });
+        const Chunked<std::string>& keys = collector.nameKeys();
+        // The keys' hashes sorted, not the keys: equal keys meet in runs of one hash, split
+        // again by key only where two names share a hash. Each run in board order, as a sort
+        // of the keys would give it.
+        std::vector<std::pair<std::size_t, std::size_t>> hashes(keys.size());
+        for (std::size_t i = 0; i < keys.size(); ++i)
+            hashes[i] = { std::hash<std::string> {}(keys[i]), i };
+        std::sort(hashes.begin(), hashes.end());
+        for (std::size_t start = 0; start < hashes.size();) {
+            std::size_t end = start + 1;
+            while (end < hashes.size() && hashes[end].first == hashes[start].first)
+                ++end;
+            if (end - start > 1) {
+                std::vector<std::size_t> run;
+                for (std::size_t at = start; at < end; ++at)
+                    run.push_back(hashes[at].second);
+                for (std::vector<std::size_t>& same :
+                     runsOf(std::move(run), [&](std::size_t i) -> const std::string& { return keys[i]; }))
+                    nameRuns.push_back(std::move(same));
+            }
+            start = end;
+        }
+        if (!identities)
+            takeIdentities(board, copies, nameRuns);
         std::sort(nameRuns.begin(), nameRuns.end());
         for (const std::vector<std::size_t>& run : nameRuns) {
             DupeGroup group { DupeGroup::Kind::Name, keys[run.front()], {} };
@@ -215,21 +313,41 @@ DupesReport findDuplicates(const Board& board, const std::vector<int>& numbers, 
     if (options.by != DupesBy::Name) {
         // Empty files are all equal and take nothing; a second link to a file read already is
         // the same bytes, not a copy of them.
-        std::vector<std::size_t> files;
+        // The files are sorted as compact keys, not through the copies: a million of them.
+        struct File
+        {
+            std::uintmax_t size;
+            std::uint64_t device;
+            std::uint64_t inode;
+            std::size_t index;
+        };
+        std::vector<File> files;
         for (std::size_t i = 0; i < copies.size(); ++i) {
-            if (copies[i].hasFile() && copies[i].size != 0)
-                files.push_back(i);
+            const DupeCopy& copy = copies[i];
+            if (copy.hasFile() && copy.size != 0)
+                files.push_back({ copy.size, copy.identity.device, copy.identity.inode, i });
         }
-        const auto fileOf
-            = [&](std::size_t i) { return std::tuple(copies[i].identity.device, copies[i].identity.inode, i); };
-        std::sort(files.begin(), files.end(), [&](std::size_t a, std::size_t b) { return fileOf(a) < fileOf(b); });
+        std::sort(files.begin(), files.end(), [](const File& a, const File& b) {
+            return std::tie(a.device, a.inode, a.index) < std::tie(b.device, b.inode, b.index);
+        });
         files.erase(std::unique(files.begin(), files.end(),
-                                [&](std::size_t a, std::size_t b) { return sameFile(copies[a], copies[b]); }),
+                                [](const File& a, const File& b) {
+                                    return a.inode != 0 && a.device == b.device && a.inode == b.inode;
+                                }),
                     files.end());
-        std::vector<std::pair<std::size_t, ContentDigest>> hashed;
-        for (const std::vector<std::size_t>& sameSize :
-             runsOf(std::move(files), [&](std::size_t i) { return copies[i].size; })) {
-            for (const std::size_t i : sameSize) {
+        std::sort(files.begin(), files.end(), [](const File& a, const File& b) {
+            return std::tie(a.size, a.device, a.inode, a.index) < std::tie(b.size, b.device, b.inode, b.index);
+        });
+        if (options.awaitCache)
+            options.awaitCache();
+        // Only a file that shares its size with another is read.
+        std::vector<std::pair<ContentDigest, std::size_t>> hashed;
+        for (std::size_t start = 0; start < files.size();) {
+            std::size_t end = start + 1;
+            while (end < files.size() && files[end].size == files[start].size)
+                ++end;
+            for (std::size_t at = start; end - start > 1 && at < end; ++at) {
+                const std::size_t i = files[at].index;
                 const DupeCopy& copy = copies[i];
                 std::optional<ContentDigest> digest = options.cache ? options.cache->find(copy.identity) : std::nullopt;
                 if (!digest) {
@@ -246,29 +364,30 @@ DupesReport findDuplicates(const Board& board, const std::vector<int>& numbers, 
                     if (options.cache)
                         options.cache->insert(copy.identity, *digest);
                 }
-                hashed.emplace_back(i, *digest);
+                hashed.emplace_back(*digest, i);
             }
+            start = end;
         }
-        std::vector<std::size_t> positions(hashed.size());
-        std::iota(positions.begin(), positions.end(), 0);
-        std::vector<std::vector<std::size_t>> contentRuns
-            = runsOf(std::move(positions), [&](std::size_t p) -> const ContentDigest& { return hashed[p].second; });
-        for (std::vector<std::size_t>& run : contentRuns) {
-            for (std::size_t& p : run)
-                p = hashed[p].first;
-            std::sort(run.begin(), run.end());
+        // Equal digests meet in runs, each in board order.
+        std::sort(hashed.begin(), hashed.end());
+        std::vector<std::pair<std::vector<std::size_t>, const ContentDigest*>> contentRuns;
+        for (std::size_t start = 0; start < hashed.size();) {
+            std::size_t end = start + 1;
+            while (end < hashed.size() && hashed[end].first == hashed[start].first)
+                ++end;
+            if (end - start > 1) {
+                std::vector<std::size_t> run;
+                for (std::size_t at = start; at < end; ++at)
+                    run.push_back(hashed[at].second);
+                contentRuns.emplace_back(std::move(run), &hashed[start].first);
+            }
+            start = end;
         }
         std::sort(contentRuns.begin(), contentRuns.end());
-        for (const std::vector<std::size_t>& run : contentRuns) {
-            DupeGroup group { DupeGroup::Kind::Content, {}, {} };
+        for (const auto& [run, digest] : contentRuns) {
+            DupeGroup group { DupeGroup::Kind::Content, hexOf(*digest), {} };
             for (const std::size_t i : run)
                 group.copies.push_back(copies[i]);
-            for (const auto& [index, digest] : hashed) {
-                if (index == run.front()) {
-                    group.key = hexOf(digest);
-                    break;
-                }
-            }
             report.groups.push_back(std::move(group));
         }
     }

@@ -73,6 +73,7 @@ struct DupesOptions
 {
     DupesBy by = DupesBy::Name;
     DupesHashCache* cache = nullptr; // nullptr: every file sharing its size is read
+    std::function<void()> awaitCache = {}; // called before the cache is first used (one still loading)
     DigestReader readDigest = digestOfFile;
     BoardProgress* progress = nullptr;
 };

@@ -12,6 +12,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <future>
 #include <map>
 #include <set>
 #include <tuple>
@@ -71,11 +72,24 @@ public:
         DupesHashCache cache;
         const fs::path cachePath = DupesHashCache::defaultPath();
         QString cacheProblem;
+        // The cache is read while the areas are.
+        std::future<void> loading;
         if (by != DupesBy::Name)
-            cache.load(cachePath, cacheProblem);
+            loading = std::async(std::launch::async, [&] { cache.load(cachePath, cacheProblem); });
+        const auto awaitCache = [&] {
+            if (loading.valid())
+                loading.get();
+        };
         TerminalProgress progress(context.err, context.errorIsTerminal && !set.single, page);
-        const DupesReport report
-            = findDuplicates(board, set.numbers, { .by = by, .cache = &cache, .progress = &progress });
+        DupesReport report;
+        try {
+            report = findDuplicates(board, set.numbers,
+                                    { .by = by, .cache = &cache, .awaitCache = awaitCache, .progress = &progress });
+        } catch (...) {
+            awaitCache(); // the loading thread uses the cache: it ends before the cache does
+            throw;
+        }
+        awaitCache();
         if (!cacheProblem.isEmpty())
             context.err << "kelvane: " << cacheProblem.toStdString() << '\n';
         if (by != DupesBy::Name) {

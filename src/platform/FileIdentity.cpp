@@ -1,9 +1,5 @@
 #include "platform/FileIdentity.h"
 
-#ifndef _WIN32
-#include <sys/stat.h>
-#endif
-
 namespace Kelvane {
 
 namespace fs = std::filesystem;
@@ -28,10 +24,17 @@ std::optional<FileIdentity> identityOf(const fs::path& path)
     };
     if (::stat(path.c_str(), &info) != 0)
         return std::nullopt;
+    return identityOf(info);
+#endif
+}
+
+#ifndef _WIN32
+FileIdentity identityOf(const struct stat& info)
+{
     return FileIdentity { static_cast<std::uintmax_t>(info.st_size),
                           static_cast<std::int64_t>(info.st_mtim.tv_sec) * 1000000000 + info.st_mtim.tv_nsec,
                           static_cast<std::uint64_t>(info.st_dev), static_cast<std::uint64_t>(info.st_ino) };
-#endif
 }
+#endif
 
 } // namespace Kelvane

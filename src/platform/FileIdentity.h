@@ -4,6 +4,10 @@
 #include <filesystem>
 #include <optional>
 
+#ifndef _WIN32
+#include <sys/stat.h>
+#endif
+
 namespace Kelvane {
 
 /// What tells one version of a file from another without reading it: its size, its time of
@@ -21,5 +25,10 @@ struct FileIdentity
 
 /// The identity of the file at path (a symbolic link followed); nothing when it is gone.
 std::optional<FileIdentity> identityOf(const std::filesystem::path& path);
+
+#ifndef _WIN32
+/// The identity that one stat call gave.
+FileIdentity identityOf(const struct stat& info);
+#endif
 
 } // namespace Kelvane

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/FileIdentity.h"
+
 #include <QString>
 
 #include <filesystem>
@@ -22,21 +24,27 @@ QString foldName(const QString& name);
 /// or "..", no separator, no NUL, not absolute.
 bool isPlainName(const QString& name);
 
-/// One file of a directory listing: its name on disk, as text, and as its case-insensitive key.
+/// One file of a directory listing: its name on disk, as text, and as its case-insensitive
+/// key; its identity when the listing was asked for identities.
 struct ListedFile
 {
     std::filesystem::path name;
     QString text;
     QString key;
+    FileIdentity identity;
 };
 
 /// The files of one directory as the board sees them: ordinary files and symbolic links to
 /// ordinary files; no directories, no hidden files (a leading "." outside Windows), sorted
 /// by name ignoring case. A directory that cannot be listed raises filesystem_error.
 /// Unsorted, the files come in the directory's own order, for a caller that only looks names up.
+/// With identities, each file's is taken in the same pass, by its name within the open
+/// directory (no walk of the whole path per file); a file that vanishes meanwhile is left out.
 enum class ListingOrder { ByName, Unsorted };
+enum class ListingDetail { Names, Identities };
 std::vector<ListedFile> listDirectory(const std::filesystem::path& directory,
-                                      ListingOrder order = ListingOrder::ByName);
+                                      ListingOrder order = ListingOrder::ByName,
+                                      ListingDetail detail = ListingDetail::Names);
 /// The names of listDirectory.
 std::vector<std::filesystem::path> listDirectoryFiles(const std::filesystem::path& directory);
 

@@ -82,7 +82,7 @@ public:
         for (const Entry& entry : contents.entries)
             names += entry.FileName + ' ';
         for (const AreaFile& file : contents.files)
-            names += '[' + file.path.filename().string() + ':' + std::to_string(file.identity.size) + ']';
+            names += '[' + file.name.string() + ':' + std::to_string(file.identity.size) + ']';
         read[contents.area.number] = names;
     }
     void areaSkipped(const AreaProblem& problem) override
