@@ -703,10 +703,13 @@ void MainFrame::closeEvent(QCloseEvent* event)
 bool MainFrame::MDIForm_Unload()
 {
     // The child forms go first: the editor's question about unsaved work comes before the
-    // Make Index question. A Find window in the middle of a search stops it and goes, and
-    // the program stays until it is asked to close again.
-    if (m_findFiles && !m_findFiles->close())
+    // Make Index question. A Find window in the middle of a search stops it before its next
+    // area; the program goes on closing once that window is gone.
+    if (m_findFiles && !m_findFiles->close()) {
+        connect(m_findFiles.data(), &QObject::destroyed, this, &MainFrame::close,
+                Qt::ConnectionType(Qt::QueuedConnection | Qt::UniqueConnection));
         return false;
+    }
     if (m_editor) {
         if (QWidget* window = m_editor->parentWidget())
             window->close();

@@ -206,6 +206,19 @@ TEST_F(FindFilesTest, CancelStopsBetweenAreasAndOneAreaCanBeChosen)
     search(form, u"AGAIN"_s);
     EXPECT_EQ(names(form), (QStringList { u"DOOM2.ZIP"_s }));
     EXPECT_FALSE(form->searching());
+
+    // Exit in the middle of a search: the search stops, and one Exit is enough.
+    form->findChild<QComboBox*>(u"cboFileAreas"_s)->setCurrentIndex(0);
+    port.script.onEvents = [&](int turn) {
+        if (turn == 1)
+            frame->findChild<QAction*>(u"mnuExit"_s)->trigger();
+    };
+    search(form, u"doom"_s);
+    for (int turn = 0; turn < 20 && frame->isVisible(); ++turn) {
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QCoreApplication::processEvents();
+    }
+    EXPECT_FALSE(frame->isVisible());
 }
 
 } // namespace
