@@ -66,7 +66,8 @@ bool initialize(Session& session)
     readRecord(session);
     CurrentArea& area = session.area;
     const fs::path& files = area.FilePaths[0];
-    if (!files.empty() && area.IsOffline && !offlinePrompt(session))
+    const bool discIn = !session.AskForOfflineDisc && IsValidPath(files);
+    if (!files.empty() && area.IsOffline && !discIn && !offlinePrompt(session))
         return false;
     if (files.empty() || !IsValidPath(files)) {
         session.ShowAlert("CanNotFindFileAreaPath");

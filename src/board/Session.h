@@ -68,6 +68,9 @@ public:
     bool SortToggle = false;
     bool SearchCancel = false;
     bool CancelMove = false;
+    // An unattended run over many areas opens an offline area whose disc is in without the
+    // insert-disc box; one whose disc is not in never gets that far.
+    bool AskForOfflineDisc = true;
 
     /// The open Files List as it was on disk when it was last read or written.
     ListStamp listStamp;

@@ -90,6 +90,8 @@ void AreaRun::forEach(const std::function<int(int number)>& work)
     const CodePage& page = m_board.codePage();
     TerminalProgress progress(m_context.err, m_context.errorIsTerminal && !m_set.single, page);
     const int count = static_cast<int>(m_set.numbers.size());
+    // Over many areas the run is unattended: an offline area passed its check with its disc in.
+    m_board.session().AskForOfflineDisc = m_set.single;
     for (int position = 1; position <= count; ++position) {
         const BoardArea& area = board.area(m_set.numbers[static_cast<std::size_t>(position) - 1]);
         progress.areaBegun(position, count, area);

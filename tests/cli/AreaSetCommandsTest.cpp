@@ -25,8 +25,9 @@ std::size_t count(const std::string& text, const std::string& piece)
     return found;
 }
 
-// Two areas tracked for the index, each with a new file and a text file to leave out, and
-// a third whose directory is gone.
+// Two areas tracked for the index, each with a new file and a text file to leave out (the
+// second offline, its disc in: a run over many areas opens it without asking), and a third
+// whose directory is gone.
 class AreaSetCommandsTest : public ::testing::Test
 {
 protected:
@@ -35,6 +36,7 @@ protected:
         for (const std::string name : { "Alpha", "Beta" }) {
             AreaRecord record = board.simpleRecord(name);
             record.index = (fs::path(record.path) / (name + ".IDX")).string();
+            record.offline = name == "Beta" ? "Yes" : "No";
             board.addArea(record);
             const fs::path files = record.path;
             dirs.push_back(files);
