@@ -65,8 +65,7 @@ std::size_t escapeLength(std::string_view line, std::size_t at)
     }
     if (kind == ']') {
         // Its text is printable ASCII: a code page's own character ends it, and stays.
-        for (++end; end < line.size() && inRange(line[end], 0x20, 0x7E); ++end) {
-        }
+        for (++end; end < line.size() && inRange(line[end], 0x20, 0x7E); ++end) { }
         if (end < line.size() && line[end] == '\x07')
             return end + 1 - at;
         if (end + 1 < line.size() && line[end] == Escape && line[end + 1] == '\\')
@@ -89,7 +88,8 @@ std::size_t colourCodeLength(std::string_view line, std::size_t at)
 {
     const std::string_view rest = line.substr(at);
     if (rest.size() >= 3 && rest[0] == '|'
-        && ((inRange(rest[1], '0', '2') && inRange(rest[2], '0', '9')) || (rest[1] == '3' && inRange(rest[2], '0', '1'))))
+        && ((inRange(rest[1], '0', '2') && inRange(rest[2], '0', '9'))
+            || (rest[1] == '3' && inRange(rest[2], '0', '1'))))
         return 3;
     if (rest.size() >= 4 && rest[0] == '@' && rest[1] == 'X' && isHexDigit(rest[2]) && isHexDigit(rest[3]))
         return 4;
@@ -211,7 +211,8 @@ std::optional<QString> DescriptionCleaner::addLineRules(std::string_view text, c
         QRegularExpression rule(limit + expression);
         if (!rule.isValid()) {
             const qsizetype offset = std::max<qsizetype>(0, rule.patternErrorOffset() - limit.size());
-            return lineRuleError(fileName, lineNumber, expression, u"%1 at offset %2"_s.arg(rule.errorString()).arg(offset));
+            return lineRuleError(fileName, lineNumber, expression,
+                                 u"%1 at offset %2"_s.arg(rule.errorString()).arg(offset));
         }
         rule.optimize();
         rules.push_back(std::move(rule));

@@ -44,8 +44,9 @@ public:
     CLI::App* setUp(CLI::App& parent) override
     {
         CLI::App* command = parent.add_subcommand(
-            "clean", "take colour codes, escape sequences, control characters, blank lines and the lines a rules "
-                     "file names out of descriptions (every entry when no NAME is given)");
+            "clean",
+            "take colour codes, escape sequences, control characters, blank lines and the lines a rules "
+            "file names out of descriptions (every entry when no NAME is given)");
         addEditOptions(*command, m_options, NameArguments::Optional);
         command->add_option("--rules", m_rules,
                             "a file of regular expressions, one a line: description lines that match are removed "
@@ -65,8 +66,9 @@ public:
         DescriptionCleaner cleaner(chosenCodePage(settings));
         for (const std::string& name : m_keep)
             cleaner.setRule(*cleanRuleNamed(name), false);
-        const QString rules = m_rules ? QString::fromStdString(*m_rules)
-                                      : settings.GetSetting(u"Kelvane Startup"_s, QString::fromUtf16(CleanRulesSetting));
+        const QString rules = m_rules
+            ? QString::fromStdString(*m_rules)
+            : settings.GetSetting(u"Kelvane Startup"_s, QString::fromUtf16(CleanRulesSetting));
         if (!rules.isEmpty()) {
             if (const std::optional<QString> error = cleaner.addLineRulesFile(pathFromUnicode(rules))) {
                 context.err << "kelvane: " << error->toStdString() << '\n';
@@ -90,8 +92,8 @@ public:
         if (!editable.isEmpty()) {
             EditOptions options = m_options;
             options.areas = AreaOptions { { editable.join(u',').toStdString() }, {}, false, {} };
-            status = runEditCommand(context, options,
-                                    [&](EditSession& edit) { return cleanIn(edit, context, cleaner); });
+            status
+                = runEditCommand(context, options, [&](EditSession& edit) { return cleanIn(edit, context, cleaner); });
         }
         if (!readOnly.empty() && reportReadOnly(board, readOnly, context, cleaner) != ExitDone)
             status = ExitFailed;
@@ -128,8 +130,12 @@ private:
         return changed;
     }
 
-    static void summary(std::ostream& out, const CodePage& page, int number, const std::string& title,
-                        std::size_t changed, std::size_t looked)
+    static void summary(std::ostream& out,
+                        const CodePage& page,
+                        int number,
+                        const std::string& title,
+                        std::size_t changed,
+                        std::size_t looked)
     {
         out << "area " << number << " (" << terminalText(page, title) << "): " << changed << " of "
             << counted(looked, "description");

@@ -37,7 +37,9 @@ TEST(DescriptionCleanerTest, BuiltInRulesTakeOutOnlyWhatTheyName)
         { {}, "\r\n  \r\nA\r\n\r\n\t\r\nB  \r\n\r\n \r\n", "A\r\n\r\nB\r\n" },
         { {}, "|07A\nB\r\n", "A\nB\r\n" },
         // Nothing a rule names: byte for byte, the missing last line end included.
-        { {}, "\xC9\xCD\xBB caf\xE9 |99 |3 @XZZ a|b\r\nno line end", "\xC9\xCD\xBB caf\xE9 |99 |3 @XZZ a|b\r\nno line end" },
+        { {},
+          "\xC9\xCD\xBB caf\xE9 |99 |3 @XZZ a|b\r\nno line end",
+          "\xC9\xCD\xBB caf\xE9 |99 |3 @XZZ a|b\r\nno line end" },
         { {}, "", "" },
         { { CleanRule::ColourCodes }, "|15Cool\x1B[0m @X1F\r\n", "|15Cool @X1F\r\n" },
         { { CleanRule::AnsiSequences }, "\x1B[0mA|07\r\n", "[0mA\r\n" },
