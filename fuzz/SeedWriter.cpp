@@ -141,6 +141,17 @@ void shortNameSeeds(const fs::path& folder)
     writeSeed(folder, "crowded", crowded + "straße.txt\nSTRASSE.TXT\na😀b.txt\n[x]+;,=.txt");
 }
 
+// A rules file, a NUL, then a description: adverts, colour codes and escape sequences.
+void cleanRulesSeeds(const fs::path& folder)
+{
+    const std::string description = "\x1B[1;33m|15Cool Game |07v1.0\x1B[0m  \r\n\r\n\r\n@X1FBy someone\tnice\r\n"
+                                    "\xC9\xCD\xBB box \xE9t\xE9\r\nUploaded to The Night Owl BBS\r\n\r\n";
+    writeSeed(folder, "advert", std::string("# adverts\nUploaded to .* BBS\n\n(?i)^\\s*call ") + '\0' + description);
+    writeSeed(folder, "invalid-line", std::string("fine\n([a-\n") + '\0' + description);
+    writeSeed(folder, "no-rules", std::string(1, '\0') + description);
+    writeSeed(folder, "keep-colours", std::string("\x02") + '\0' + description);
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -156,6 +167,7 @@ int main(int argc, char** argv)
         dizSeeds(root / "fuzz_diz_description");
         archiveSeeds(root / "fuzz_archive_member");
         shortNameSeeds(root / "fuzz_short_names");
+        cleanRulesSeeds(root / "fuzz_clean_rules");
     } catch (const std::exception& error) {
         std::fprintf(stderr, "write_fuzz_seeds: %s\n", error.what());
         return 1;

@@ -230,7 +230,12 @@ fs::path DemoBoard::build(const fs::path& directory, const CodePage& page)
                          sizeOf(games / "DOOM19S.ZIP"),
                          "12-10-94",
                          { "DOOM v1.9 shareware episode", "by id Software" } },
-                       { "KEEN1.ZIP", Str(1024), "12-14-90", { "Commander Keen 1: Marooned on Mars" } },
+                       // As another board passed it on: coloured, with its advert.
+                       { "KEEN1.ZIP",
+                         Str(1024),
+                         "12-14-90",
+                         { "|11Commander Keen 1: |07Marooned on Mars", "", "",
+                           "-=- Uploaded to The Night Owl BBS -=-", "" } },
                    });
     AreaRecord gamesArea = simpleArea(page, "Games (three directories)", games);
     gamesArea.alt[0] = page.fromPath(firstCd);
@@ -243,7 +248,7 @@ fs::path DemoBoard::build(const fs::path& directory, const CodePage& page)
     // The editor of the utilities area is on the CD as well: a duplicate across two areas.
     fs::copy_file(utils / "MULTI.ZIP", cdrom / "MULTI.ZIP", fs::copy_options::overwrite_existing);
     writeFilesList(cdrom / "FILES.LST",
-                   { { "SIMTEL.ZIP", sizeOf(cdrom / "SIMTEL.ZIP"), "02-01-96", { "SimTel MS-DOS collection index" } },
+                   { { "SIMTEL.ZIP", sizeOf(cdrom / "SIMTEL.ZIP"), "02-01-96", { "@X0ESimTel MS-DOS collection index" } },
                      { "MULTI.ZIP",
                        sizeOf(cdrom / "MULTI.ZIP"),
                        "03-15-96",
@@ -284,6 +289,9 @@ fs::path DemoBoard::build(const fs::path& directory, const CodePage& page)
     const fs::path empty = makeFolder(files / "empty");
     fs::remove(empty / "FILES.LST");
     BoardTool::add(mainNode, simpleArea(page, "Empty Area", empty));
+
+    // The rules file the demo's settings name for the description clean-up.
+    writeFile(root / "clean-rules.txt", "# Board adverts other boards add to descriptions\nUploaded to .* BBS\n");
     return mainNode;
 }
 

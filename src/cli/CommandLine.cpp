@@ -19,8 +19,8 @@ int runCommandLine(int argc, const char* const* argv, CommandContext& context)
     std::vector<std::pair<std::unique_ptr<Command>, CLI::App*>> commands;
     for (auto make :
          { makeBoardCommand, makeAreasCommand, makeShowCommand, makeRewriteCommand, makeScanCommand, makeReadDizCommand,
-           makeRefreshCommand, makeEraseCommand, makeDeleteCommand, makeStripUploadersCommand, makeSortCommand,
-           makeMoveCommand, makeIndexCommand, makeCheckCommand, makeExportCommand,
+           makeRefreshCommand, makeEraseCommand, makeDeleteCommand, makeStripUploadersCommand, makeCleanCommand,
+           makeSortCommand, makeMoveCommand, makeIndexCommand, makeCheckCommand, makeExportCommand,
            makeDupesCommand, makeAllFilesCommand, makeFindCommand }) {
         std::unique_ptr<Command> command = make();
         CLI::App* parsed = command->setUp(app);

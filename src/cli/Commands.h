@@ -17,6 +17,7 @@ std::unique_ptr<Command> makeRefreshCommand();
 std::unique_ptr<Command> makeEraseCommand();
 std::unique_ptr<Command> makeDeleteCommand();
 std::unique_ptr<Command> makeStripUploadersCommand();
+std::unique_ptr<Command> makeCleanCommand();
 std::unique_ptr<Command> makeSortCommand();
 std::unique_ptr<Command> makeMoveCommand();
 std::unique_ptr<Command> makeIndexCommand();

@@ -122,7 +122,8 @@ int EditSession::finish()
             m_context.err << "kelvane: " << name << " is not in the Files List\n";
     }
     if (m_options.dryRun) {
-        printChanges();
+        if (!m_changesPrinted)
+            printChanges();
     } else if (session.ChangesMade) {
         if (!m_board.save(m_table.entries()))
             m_failed = true;

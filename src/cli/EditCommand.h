@@ -47,6 +47,8 @@ public:
     void selectNamed(bool allEntriesByDefault);
     /// The operation was refused or stopped by a question: finish() ends with status 1.
     void setFailed() { m_failed = true; }
+    /// The command printed what --dry-run would change itself: finish() prints nothing more.
+    void setChangesPrinted() { m_changesPrinted = true; }
 
     int finish();
     /// The named entries this area's list does not hold.
@@ -63,6 +65,7 @@ private:
     EntryList m_before;
     std::vector<std::string> m_unknownNames;
     bool m_failed = false;
+    bool m_changesPrinted = false;
 };
 
 /// Runs an editing command over the areas its options name, each area in an EditSession of

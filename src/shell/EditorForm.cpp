@@ -4,12 +4,14 @@
 #include "accessories/AviFiles.h"
 #include "board/BasicText.h"
 #include "board/Session.h"
+#include "clean/DescriptionCleaner.h"
 #include "editor/Description.h"
 #include "editor/Operations.h"
 #include "editor/Selection.h"
 #include "platform/CodePage.h"
 #include "platform/FileNames.h"
 #include "platform/ProgramDirectory.h"
+#include "platform/SettingsStore.h"
 #include "shell/EntryListModel.h"
 #include "shell/FileSearchForm.h"
 #include "shell/FrameHost.h"
@@ -662,6 +664,21 @@ void EditorForm::mnuDeleteFiles_Click()
 void EditorForm::mnuRemoveUploadBy_Click()
 {
     runOperation([this] { Kelvane::mnuRemoveUploadBy_Click(session(), m_table); });
+}
+
+void EditorForm::mnuCleanDescriptions_Click()
+{
+    writeBackPending();
+    DescriptionCleaner cleaner(session().codePage());
+    const QString rules = m_host.settings().GetSetting(u"Kelvane Startup"_s, QString::fromUtf16(CleanRulesSetting));
+    if (!rules.isEmpty()) {
+        // A rules file that cannot be used stops the clean-up before any description changes.
+        if (const std::optional<QString> error = cleaner.addLineRulesFile(pathFromUnicode(rules))) {
+            session().port().messageBox({ u"Kelvane Alert Message!"_s, *error, Buttons::Ok, Icon::Information });
+            return;
+        }
+    }
+    runOperation([&] { Kelvane::mnuCleanDescriptions_Click(session(), m_table, cleaner); });
 }
 
 void EditorForm::mnuSelectAllFiles_Click()

@@ -72,6 +72,8 @@ public:
     void mnuDeleteFiles_Click();
     void mnuMoveFiles_Click();
     void mnuRemoveUploadBy_Click();
+    /// Tools > Clean Descriptions on the tagged entries, with the rules file the settings name.
+    void mnuCleanDescriptions_Click();
     void mnuSelectAllFiles_Click();
     void mnuNoSelectAllFiles_Click();
     void mnuSortFile_Click();

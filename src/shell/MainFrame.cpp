@@ -208,6 +208,11 @@ void MainFrame::buildToolsMenu()
         item->setShortcut(tool.shortcut);
         connect(item, &QAction::triggered, this, tool.handler);
     }
+    // The one tool of the open area: it works on the editor's tagged entries.
+    m_cleanDescriptions = menu->addAction(tr("&Clean Descriptions"));
+    m_cleanDescriptions->setObjectName(u"mnuCleanDescriptions"_s);
+    m_cleanDescriptions->setEnabled(false);
+    connect(m_cleanDescriptions, &QAction::triggered, this, &MainFrame::mnuCleanDescriptions_Click);
 }
 
 void MainFrame::buildToolBars()
@@ -406,6 +411,12 @@ bool MainFrame::boardReachable()
     return true;
 }
 
+void MainFrame::mnuCleanDescriptions_Click()
+{
+    if (m_editor)
+        m_editor->mnuCleanDescriptions_Click();
+}
+
 void MainFrame::mnuFindFiles_Click()
 {
     try {
@@ -523,6 +534,7 @@ void MainFrame::installEditorMenus(bool installed)
     // While an area is open the editor's menus stand in for the frame's View menu, as a
     // child form's menus do in a frame.
     m_viewMenu->setVisible(!installed);
+    m_cleanDescriptions->setEnabled(installed && m_editor);
     if (!installed || !m_editor)
         return;
     for (QMenu* menu : m_editor->menus()) {

@@ -69,6 +69,7 @@ public:
     void mnuExit_Click();
     void mnuViewOptions_Click();
     void mnuFindFiles_Click();
+    void mnuCleanDescriptions_Click();
     void tbToolBar2_ButtonClick(QAction* button);
     void tbToolBar3_ButtonClick();
 
@@ -111,6 +112,7 @@ private:
     QAction* m_viewMenu = nullptr;
     QAction* m_helpMenu = nullptr;
     QAction* m_toolsMenu = nullptr;
+    QAction* m_cleanDescriptions = nullptr; // Tools > Clean Descriptions: only while an area is open
     QAction* m_viewToolbar = nullptr;
     QAction* m_viewStatusBar = nullptr;
     QList<QAction*> m_editorMenus;
