@@ -56,6 +56,15 @@ public:
                     context.out << "added " << terminalText(edit.codePage(), edit.table().at(i).FileName) << '\n';
             }
             const int status = edit.finish();
+            // Asked to read the lists, the operator sees what each new entry took from them.
+            if (descriptionsFrom() != DescriptionsFrom::None) {
+                for (std::size_t i = before; i < edit.table().size(); ++i) {
+                    const Entry& entry = edit.table().at(i);
+                    context.out << terminalText(edit.codePage(), entry.FileName) << ": description\n";
+                    for (const std::string& line : descriptionLines(entry.Description))
+                        context.out << "    " << terminalText(edit.codePage(), line) << '\n';
+                }
+            }
             if (!edit.single()) {
                 context.out << "area " << session.area.AreaNumber << " (" << terminalText(edit.codePage(), session.area.AreaTitle)
                             << "): " << (added == 0 ? std::string("no") : std::to_string(added))

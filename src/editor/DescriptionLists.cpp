@@ -240,16 +240,19 @@ std::string formatFilesBbs(const std::vector<FilesBbsLine>& lines)
         head += std::string(size.size() < 9 ? 9 - size.size() : 0, ' ') + size + ' ' + line.date;
         const std::vector<std::string_view> text = linesOf(line.description);
         out += head;
+        // Blanks after the date are read as the gap before the description: a first line
+        // that starts with blanks keeps them on a continuation line.
+        const bool indented = !text.empty() && !text.front().empty() && isBlank(text.front().front());
+        if (text.empty() || indented)
+            out += "\r\n";
         for (std::size_t i = 0; i < text.size(); ++i) {
-            if (i > 0)
+            if (i > 0 || indented)
                 out += std::string(13, ' ') + '|';
             if (!text[i].empty())
                 out += ' ';
             out += text[i];
             out += "\r\n";
         }
-        if (text.empty())
-            out += "\r\n";
     }
     return out;
 }
@@ -261,11 +264,17 @@ std::string formatDescriptIon(const std::vector<Listed>& listed)
         const bool quoted = item.name.find_first_of(" \t") != std::string::npos;
         out += quoted ? '"' + item.name + '"' : item.name;
         const std::vector<std::string_view> text = linesOf(item.description);
+        // Blanks after the name are the gap before the description: a first line that
+        // starts with blanks keeps them after an empty first line of a multi-line one.
+        const bool indented = !text.empty() && !text.front().empty() && isBlank(text.front().front());
+        if (!text.empty())
+            out += indented ? " \\n" : " ";
         for (std::size_t i = 0; i < text.size(); ++i) {
-            out += i == 0 ? " " : "\\n";
+            if (i > 0)
+                out += "\\n";
             out += text[i];
         }
-        if (text.size() > 1)
+        if (text.size() > 1 || indented)
             out += "\x04\xC2";
         out += "\r\n";
     }

@@ -43,7 +43,8 @@ std::vector<Listed> parseFilesBbs(std::string_view text);
 std::vector<Listed> parseDescriptIon(std::string_view text);
 
 /// FILES.BBS lines: the name in 12 columns, the size in 9, the date, the first line of the
-/// description; its other lines on continuation lines ("|" after 13 blanks). Lines end CR LF.
+/// description (on a continuation line when it starts with blanks); its other lines on
+/// continuation lines ("|" after 13 blanks). Lines end CR LF.
 struct FilesBbsLine
 {
     std::string name;

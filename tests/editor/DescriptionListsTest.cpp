@@ -69,11 +69,14 @@ TEST(DescriptionListsTest, DescriptIonDialectsAndDamage)
 TEST(DescriptionListsTest, WritersLayOutTheLines)
 {
     EXPECT_EQ(DescriptionLists::formatFilesBbs({ { "GAME.ZIP", 123456, "05-17-96", "First\r\n  indented\r\n\r\n" },
-                                                 { "NONE.TXT", 0, "01-01-96", "" } }),
+                                                 { "NONE.TXT", 0, "01-01-96", "" },
+                                                 { "ART.TXT", 5, "01-01-96", "  indented first\r\n" } }),
               "GAME.ZIP       123456 05-17-96 First\r\n             |   indented\r\n             |\r\n"
-              "NONE.TXT            0 01-01-96\r\n");
-    EXPECT_EQ(DescriptionLists::formatDescriptIon({ { "a long name.txt", "One\r\n" }, { "B.ZIP", "x\r\ny\r\n" } }),
-              "\"a long name.txt\" One\r\nB.ZIP x\\ny\x04\xC2\r\n");
+              "NONE.TXT            0 01-01-96\r\n"
+              "ART.TXT             5 01-01-96\r\n             |   indented first\r\n");
+    EXPECT_EQ(DescriptionLists::formatDescriptIon(
+                  { { "a long name.txt", "One\r\n" }, { "B.ZIP", "x\r\ny\r\n" }, { "C.TXT", "  art\r\n" } }),
+              "\"a long name.txt\" One\r\nB.ZIP x\\ny\x04\xC2\r\nC.TXT \\n  art\x04\xC2\r\n");
 }
 
 } // namespace
