@@ -152,6 +152,26 @@ void cleanRulesSeeds(const fs::path& folder)
     writeSeed(folder, "keep-colours", std::string("\x02") + '\0' + description);
 }
 
+void filesBbsSeeds(const fs::path& folder)
+{
+    writeSeed(folder, "with-sizes",
+              "GAME.ZIP      123456 05-17-96 A game of skill\r\n"
+              "                             | for two players\r\n"
+              "                             +   indented\r\n"
+              "TOOL.ZIP  A tool\r\n    continued by blanks\r\n\r\n--- a header ---\r\n");
+    writeSeed(folder, "damaged",
+              "ONE.ZIP first\rTWO.ZIP second\nTWO.ZIP listed again\n" + std::string(1200, 'x')
+                  + "\n |orphan\nBAD/NAME.ZIP x\n\x01\xFF\xFE.ZIP garbage\x1A after the end");
+}
+
+void descriptIonSeeds(const fs::path& folder)
+{
+    writeSeed(folder, "plain", "game.zip A game of skill\r\n\"a long name.txt\" Quoted\r\nempty.txt\r\n");
+    writeSeed(folder, "multi-line", "notes.txt first line\\nsecond line\\n  third\x04\xC2\r\nplain.txt 4DOS\x04" "extra\r\n");
+    writeSeed(folder, "damaged",
+              "\"unclosed quote.txt no description\nA.TXT one\rA.TXT two\n" + std::string(1500, 'y') + "\n\x1B\x7F bytes");
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -168,6 +188,8 @@ int main(int argc, char** argv)
         archiveSeeds(root / "fuzz_archive_member");
         shortNameSeeds(root / "fuzz_short_names");
         cleanRulesSeeds(root / "fuzz_clean_rules");
+        filesBbsSeeds(root / "fuzz_files_bbs");
+        descriptIonSeeds(root / "fuzz_descript_ion");
     } catch (const std::exception& error) {
         std::fprintf(stderr, "write_fuzz_seeds: %s\n", error.what());
         return 1;

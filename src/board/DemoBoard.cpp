@@ -224,6 +224,16 @@ fs::path DemoBoard::build(const fs::path& directory, const CodePage& page)
     makeZip(games / "DOOM19S.ZIP", "DOOM v1.9 shareware episode\nby id Software", "DOOM.EXE");
     makeZip(firstCd / "WOLF3D.ZIP", "Wolfenstein 3-D shareware", "WOLF3D.EXE");
     makeZip(secondCd / "KEEN1.ZIP", "Commander Keen 1: Marooned on Mars", "KEEN1.EXE");
+    // The first CD came from another board with its FILES.BBS: a ZIP without a FILE_ID.DIZ
+    // and a long-named text file (listed there by its short alias) take their descriptions
+    // from it when the scan is asked to read it.
+    makeZip(firstCd / "JILL1.ZIP", std::nullopt, "JILL1.EXE");
+    writeFile(firstCd / "Wolf3D Hints.txt", dosText("Take the left door on the first floor.\n"));
+    writeFile(firstCd / "FILES.BBS",
+              dosText("WOLF3D.ZIP     102400 05-05-92 Wolfenstein 3-D shareware (from the CD's list)\n"
+                      "JILL1.ZIP      51200 06-01-92 Jill of the Jungle, episode one\n"
+                      "                             | A platform game in three episodes\n"
+                      "WOLF3D~1.TXT   Hints for Wolfenstein 3-D\n"));
     writeFilesList(games / "FILES.LST",
                    {
                        { "DOOM19S.ZIP",

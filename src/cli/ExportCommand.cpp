@@ -2,6 +2,9 @@
 #include "cli/Json.h"
 
 #include "board/BasicText.h"
+#include "board/FileLookup.h"
+#include "editor/DescriptionLists.h"
+#include "platform/ShortNames.h"
 #include "platform/CodePage.h"
 #include "platform/DurableFile.h"
 #include "platform/FileNames.h"
@@ -53,6 +56,36 @@ void printCsv(std::ostream& out, const EntryList& entries, const CodePage& page,
     }
 }
 
+// The list other boards and file managers read, in the board's code page. FILES.BBS ends a
+// name at its first blank, so a name holding one is written as its file's short alias (the
+// alias it would have alone in a directory when no directory of the area holds it).
+void printDescriptionList(std::ostream& out, const EntryList& entries, const CurrentArea& area, const CodePage& page,
+                          bool filesBbs)
+{
+    if (!filesBbs) {
+        std::vector<DescriptionLists::Listed> listed;
+        for (const Entry& entry : entries)
+            listed.push_back({ entry.FileName, entry.Description });
+        out << DescriptionLists::formatDescriptIon(listed);
+        return;
+    }
+    FileLookup lookup(page);
+    std::vector<DescriptionLists::FilesBbsLine> lines;
+    for (const Entry& entry : entries) {
+        std::string name = entry.FileName;
+        if (name.find_first_of(" \t") != std::string::npos) {
+            if (const std::optional<std::pair<int, fs::path>> found = lookup.findInSlots(area.FilePaths, name)) {
+                const fs::path directory = area.FilePaths[static_cast<std::size_t>(found->first)];
+                name = page.upper(page.fromUnicode(lookup.listing(directory).aliasOf(fileNameText(found->second))));
+            } else {
+                name = page.upper(page.fromUnicode(DirectoryAliases::aliasAmong({}, page.toUnicode(name), page)));
+            }
+        }
+        lines.push_back({ std::move(name), static_cast<long long>(Val(entry.Size)), entry.Date, entry.Description });
+    }
+    out << DescriptionLists::formatFilesBbs(lines);
+}
+
 class ExportCommand : public Command
 {
 public:
@@ -61,9 +94,10 @@ public:
         CLI::App* command = parent.add_subcommand("export", "an area's entries as JSON, CSV or the Files List's text");
         addAreaOptions(*command, m_areas, nullptr, false);
         addMainNodeOption(*command, m_mainNode);
-        command->add_option("--format", m_format, "json (as \"show --json\"), csv, or text (the Files List as read)")
+        command->add_option("--format", m_format, "json (as \"show --json\"), csv, text (the Files List as read), "
+                            "files-bbs or descript-ion (the lists other boards read, in the code page)")
             ->required()
-            ->check(CLI::IsMember({ "json", "csv", "text" }));
+            ->check(CLI::IsMember({ "json", "csv", "text", "files-bbs", "descript-ion" }));
         command->add_option("--output", m_output, "the file to write whole (default or \"-\": standard output)");
         return command;
     }
@@ -92,8 +126,10 @@ public:
                     throw CommandError(unreadable(list));
                 if (m_format == "json")
                     json.add([&](std::ostream& out) { printAreaJson(out, session.area, entries, page); });
-                else
+                else if (m_format == "csv")
                     printCsv(document, entries, page, run.single() ? 0 : number, first);
+                else
+                    printDescriptionList(document, entries, session.area, page, m_format == "files-bbs");
             }
             first = false;
             return ExitDone;

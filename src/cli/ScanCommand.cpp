@@ -23,6 +23,11 @@ public:
         command->add_flag("--real-dates", m_realDates, "date new entries by their files, not today");
         command->add_option("--exclude", m_exclude, "leave out the files whose name matches GLOB (repeatable)")
             ->type_name("GLOB");
+        command->add_option("--descriptions-from", m_descriptionsFrom,
+                            "a new file without a FILE_ID.DIZ takes its description from its directory's FILES.BBS "
+                            "or DESCRIPT.ION (auto: either; FILES.BBS wins a name both list)")
+            ->check(CLI::IsMember({ "auto", "files-bbs", "descript-ion", "none" }))
+            ->default_str("none");
         return command;
     }
 
@@ -41,7 +46,8 @@ public:
             QuietPort quiet(session.port(), alertFor("NoNewFilesFound", {})->box);
             if (!edit.single())
                 session.setPort(quiet);
-            mnuFileScan_Click(session, edit.table(), m_exclude.empty() ? std::function<bool(const QString&)>() : leaveOut);
+            mnuFileScan_Click(session, edit.table(), m_exclude.empty() ? std::function<bool(const QString&)>() : leaveOut,
+                              descriptionsFrom());
             session.setPort(edit.board().port());
             edit.board().port().endProgress();
             const std::size_t added = edit.table().size() - before;
@@ -50,6 +56,15 @@ public:
                     context.out << "added " << terminalText(edit.codePage(), edit.table().at(i).FileName) << '\n';
             }
             const int status = edit.finish();
+            // Asked to read the lists, the operator sees what each new entry took from them.
+            if (descriptionsFrom() != DescriptionsFrom::None) {
+                for (std::size_t i = before; i < edit.table().size(); ++i) {
+                    const Entry& entry = edit.table().at(i);
+                    context.out << terminalText(edit.codePage(), entry.FileName) << ": description\n";
+                    for (const std::string& line : descriptionLines(entry.Description))
+                        context.out << "    " << terminalText(edit.codePage(), line) << '\n';
+                }
+            }
             if (!edit.single()) {
                 context.out << "area " << session.area.AreaNumber << " (" << terminalText(edit.codePage(), session.area.AreaTitle)
                             << "): " << (added == 0 ? std::string("no") : std::to_string(added))
@@ -61,6 +76,17 @@ public:
     }
 
 private:
+    DescriptionsFrom descriptionsFrom() const
+    {
+        if (m_descriptionsFrom == "auto")
+            return DescriptionsFrom::Auto;
+        if (m_descriptionsFrom == "files-bbs")
+            return DescriptionsFrom::FilesBbs;
+        if (m_descriptionsFrom == "descript-ion")
+            return DescriptionsFrom::DescriptIon;
+        return DescriptionsFrom::None;
+    }
+
     // Passes every box on but one.
     class QuietPort : public UserPort
     {
@@ -87,6 +113,7 @@ private:
     EditOptions m_options;
     bool m_realDates = false;
     std::vector<std::string> m_exclude;
+    std::string m_descriptionsFrom = "none";
 };
 
 } // namespace

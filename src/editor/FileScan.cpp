@@ -27,10 +27,14 @@ namespace {
 class FileScan
 {
 public:
-    FileScan(Session& session, EntryTable& table, const std::function<bool(const QString&)>& leaveOut)
+    FileScan(Session& session,
+             EntryTable& table,
+             const std::function<bool(const QString&)>& leaveOut,
+             DescriptionsFrom descriptionsFrom)
         : m_session(session)
         , m_table(table)
         , m_leaveOut(leaveOut)
+        , m_descriptionsFrom(descriptionsFrom)
         , m_page(session.codePage())
         , m_port(session.port())
     {
@@ -82,6 +86,12 @@ private:
         m_port.progressText(ProgressLine::Path, unicodeFromPath(directory));
         m_port.progressValue(0, std::max<qint64>(count, 1));
         std::unique_ptr<DirectoryListing> listing;
+        const auto directoryListing = [&]() -> const DirectoryListing& {
+            if (!listing)
+                listing = std::make_unique<DirectoryListing>(directory, m_page);
+            return *listing;
+        };
+        std::optional<DirectoryDescriptions> descriptions;
         for (qint64 i = 0; i < count && !m_session.SearchCancel; ++i) {
             m_port.progressValue(i, std::max<qint64>(count, 1));
             m_port.progressText(ProgressLine::Status, u"Searching, one moment please!"_s);
@@ -93,18 +103,32 @@ private:
                 continue;
             if (m_listed.contains(upper) || (m_leaveOut && m_leaveOut(upper)))
                 continue;
+            // The list of descriptions is read beside the files, not offered as one of them.
+            if (m_descriptionsFrom != DescriptionsFrom::None && upper == QLatin1StringView(DescriptionLists::DescriptIonName))
+                continue;
             // A name the code page cannot hold is listed as its short alias, which can.
+            const QString text = unicodeFromPath(name);
             QString listedName = upper;
-            if (!m_page.canEncode(upper)) {
-                if (!listing)
-                    listing = std::make_unique<DirectoryListing>(directory, m_page);
-                listedName = foldName(listing->aliasOf(unicodeFromPath(name)));
-            }
-            add(directory / name, listedName);
+            if (!m_page.canEncode(upper))
+                listedName = foldName(directoryListing().aliasOf(text));
+            const auto fromList = [&]() -> std::optional<std::string> {
+                if (m_descriptionsFrom == DescriptionsFrom::None)
+                    return std::nullopt;
+                if (!descriptions)
+                    descriptions.emplace(directory, m_descriptionsFrom, m_page);
+                if (descriptions->empty())
+                    return std::nullopt;
+                if (std::optional<std::string> found = descriptions->find(text))
+                    return found;
+                return descriptions->find(directoryListing().aliasOf(text));
+            };
+            add(directory / name, listedName, fromList);
         }
     }
 
-    void add(const fs::path& file, const QString& upperName)
+    void add(const fs::path& file,
+             const QString& upperName,
+             const std::function<std::optional<std::string>()>& fromList)
     {
         ++m_added;
         m_port.progressText(ProgressLine::Item, upperName);
@@ -115,7 +139,10 @@ private:
             extractMember(file, m_work, DescriptionMember);
         // Asked for every new file: a description left in the Work directory by a file that
         // could not be deleted serves the next file too.
-        std::string description = takeExtractedDescription(m_work).value_or(std::string(NoDescription));
+        std::optional<std::string> extracted = takeExtractedDescription(m_work);
+        if (!extracted)
+            extracted = fromList();
+        std::string description = extracted.value_or(std::string(NoDescription));
         const std::string date = m_session.RealFileDates ? fileListDate(file) : todayListDate();
         m_table.append({ name, plainNumber(static_cast<double>(fs::file_size(file))), date, std::move(description) });
         m_listed.insert(upperName);
@@ -138,6 +165,7 @@ private:
     Session& m_session;
     EntryTable& m_table;
     const std::function<bool(const QString&)>& m_leaveOut;
+    DescriptionsFrom m_descriptionsFrom;
     const CodePage& m_page;
     UserPort& m_port;
     fs::path m_work;
@@ -151,9 +179,10 @@ private:
 
 std::size_t mnuFileScan_Click(Session& session,
                               EntryTable& table,
-                              const std::function<bool(const QString& upperName)>& leaveOut)
+                              const std::function<bool(const QString& upperName)>& leaveOut,
+                              DescriptionsFrom descriptionsFrom)
 {
-    return FileScan(session, table, leaveOut).run();
+    return FileScan(session, table, leaveOut, descriptionsFrom).run();
 }
 
 } // namespace Kelvane
