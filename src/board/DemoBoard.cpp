@@ -224,6 +224,10 @@ fs::path DemoBoard::build(const fs::path& directory, const CodePage& page)
     makeZip(games / "DOOM19S.ZIP", "DOOM v1.9 shareware episode\nby id Software", "DOOM.EXE");
     makeZip(firstCd / "WOLF3D.ZIP", "Wolfenstein 3-D shareware", "WOLF3D.EXE");
     makeZip(secondCd / "KEEN1.ZIP", "Commander Keen 1: Marooned on Mars", "KEEN1.EXE");
+    // An upload cut short, as an interrupted transfer leaves it: listed, but its archive
+    // does not read through to its end.
+    makeZip(games / "HERETIC.ZIP", "Heretic shareware 1.0", "HERETIC.EXE");
+    fs::resize_file(games / "HERETIC.ZIP", fs::file_size(games / "HERETIC.ZIP") / 2);
     writeFilesList(games / "FILES.LST",
                    {
                        { "DOOM19S.ZIP",
@@ -231,6 +235,7 @@ fs::path DemoBoard::build(const fs::path& directory, const CodePage& page)
                          "12-10-94",
                          { "DOOM v1.9 shareware episode", "by id Software" } },
                        { "KEEN1.ZIP", Str(1024), "12-14-90", { "Commander Keen 1: Marooned on Mars" } },
+                       { "HERETIC.ZIP", sizeOf(games / "HERETIC.ZIP"), "12-23-94", { "Heretic shareware 1.0" } },
                    });
     AreaRecord gamesArea = simpleArea(page, "Games (three directories)", games);
     gamesArea.alt[0] = page.fromPath(firstCd);
