@@ -40,6 +40,7 @@ public:
         command->add_flag("--zero-as-missing", m_choice.zeroAsMissing,
                           "with --erase-missing, an entry whose file is empty counts as missing");
         command->add_flag("--adopt", m_choice.adopt, "add the files the list does not hold, as the scan adds them");
+        command->add_flag("--real-dates", m_realDates, "with --adopt, date new entries by their files, not today");
         command->add_flag("--refresh", m_choice.refresh, "take the differing sizes and dates from the files");
         command->add_flag("--test-archives", m_testArchives,
                           "read every archive to its end and report the damaged, encrypted and unreadable ones");
@@ -143,6 +144,7 @@ private:
         RepairOutcome outcome;
         const bool apply = applying() && planned > 0;
         if (apply) {
+            session.RealFileDates = m_realDates;
             outcome = applyRepair(session, edit.table(), plan);
             for (const QString& line : outcome.leftAlone)
                 context.err << "kelvane: " << line.toStdString() << '\n';
@@ -374,6 +376,7 @@ private:
     RepairChoice m_choice;
     bool m_json = false;
     bool m_testArchives = false;
+    bool m_realDates = false;
 };
 
 } // namespace
