@@ -234,6 +234,10 @@ fs::path DemoBoard::build(const fs::path& directory, const CodePage& page)
                       "JILL1.ZIP      51200 06-01-92 Jill of the Jungle, episode one\n"
                       "                             | A platform game in three episodes\n"
                       "WOLF3D~1.TXT   Hints for Wolfenstein 3-D\n"));
+    // An upload cut short, as an interrupted transfer leaves it: listed, but its archive
+    // does not read through to its end.
+    makeZip(games / "HERETIC.ZIP", "Heretic shareware 1.0", "HERETIC.EXE");
+    fs::resize_file(games / "HERETIC.ZIP", fs::file_size(games / "HERETIC.ZIP") / 2);
     writeFilesList(games / "FILES.LST",
                    {
                        { "DOOM19S.ZIP",
@@ -246,6 +250,7 @@ fs::path DemoBoard::build(const fs::path& directory, const CodePage& page)
                          "12-14-90",
                          { "|11Commander Keen 1: |07Marooned on Mars", "", "",
                            "-=- Uploaded to The Night Owl BBS -=-", "" } },
+                       { "HERETIC.ZIP", sizeOf(games / "HERETIC.ZIP"), "12-23-94", { "Heretic shareware 1.0" } },
                    });
     AreaRecord gamesArea = simpleArea(page, "Games (three directories)", games);
     gamesArea.alt[0] = page.fromPath(firstCd);

@@ -5,6 +5,7 @@
 #include "board/FileDates.h"
 #include "board/FileLookup.h"
 #include "board/Session.h"
+#include "editor/Description.h"
 #include "index/MakeIndex.h"
 #include "platform/CodePage.h"
 #include "platform/FileNames.h"
@@ -110,6 +111,8 @@ AreaCheckReport checkArea(Session& session, const EntryList& entries)
             report.missingFiles.push_back(entry.FileName);
             continue;
         }
+        if (file->second.size == 0)
+            report.emptyFiles.push_back(entry.FileName);
         const std::string size = std::to_string(file->second.size);
         if (plainNumber(Val(entry.Size)) != size)
             report.sizeMismatches.push_back({ entry.FileName, std::string(trimSpaces(entry.Size)), size });
@@ -135,6 +138,52 @@ AreaCheckReport checkArea(Session& session, const EntryList& entries)
     }
     std::sort(report.sameContent.begin(), report.sameContent.end());
     return report;
+}
+
+AreaArchiveReport testAreaArchives(
+    Session& session,
+    const std::function<bool(std::size_t done, std::size_t total, const fs::path& file)>& progress)
+{
+    AreaArchiveReport report;
+    const CodePage& page = session.codePage();
+    FileLookup lookup(page);
+    std::vector<fs::path> archives;
+    QSet<QString> seenDirectories;
+    for (const fs::path& directory : session.area.FilePaths) {
+        if (directory.empty() || seenDirectories.contains(unicodeFromPath(directory)))
+            continue;
+        seenDirectories.insert(unicodeFromPath(directory));
+        for (const QString& name : lookup.listing(directory).names()) {
+            if (isReadDizArchiveName(foldName(name).toStdString()))
+                archives.push_back(directory / pathFromUnicode(name));
+        }
+    }
+    for (std::size_t i = 0; i < archives.size(); ++i) {
+        if (progress && !progress(i, archives.size(), archives[i])) {
+            report.stopped = true;
+            break;
+        }
+        ArchiveTest test = testArchive(archives[i]);
+        ++report.tested;
+        if (test.state != ArchiveTest::State::Good)
+            report.bad.push_back({ archives[i], std::move(test) });
+    }
+    return report;
+}
+
+const char* archiveStateText(ArchiveTest::State state)
+{
+    switch (state) {
+    case ArchiveTest::State::Good:
+        return "good";
+    case ArchiveTest::State::Damaged:
+        return "damaged";
+    case ArchiveTest::State::Encrypted:
+        return "encrypted";
+    case ArchiveTest::State::Unreadable:
+        break;
+    }
+    return "unreadable";
 }
 
 } // namespace Kelvane

@@ -1,8 +1,11 @@
 #pragma once
 
 #include "board/FilesList.h"
+#include "platform/Archives.h"
 
+#include <cstddef>
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -27,6 +30,7 @@ struct AreaCheckReport
     std::vector<std::vector<std::filesystem::path>> sameContent; // groups of identical files
     std::vector<Mismatch> sizeMismatches;
     std::vector<Mismatch> dateMismatches;
+    std::vector<std::string> emptyFiles; // entries whose file holds no byte (not a fault alone)
 
     bool clean() const
     {
@@ -38,5 +42,29 @@ struct AreaCheckReport
 /// Checks the current area's entries against its directories. The files the new-file scan
 /// would skip (the list, the index, "*.BAK", "FILES.*") are never reported as unlisted.
 AreaCheckReport checkArea(Session& session, const EntryList& entries);
+
+/// An archive of the area that did not read through to its end.
+struct ArchiveFinding
+{
+    std::filesystem::path file;
+    ArchiveTest test;
+};
+
+struct AreaArchiveReport
+{
+    std::size_t tested = 0;
+    std::vector<ArchiveFinding> bad; // in the order of the area's directories, then by name
+    bool stopped = false; // progress asked to stop before the last archive
+};
+
+/// Reads every archive of the current area's directories through to its end (the names
+/// Read DIZ takes for archives). progress hears before each archive how many were done of
+/// how many, and stops the run by answering false.
+AreaArchiveReport testAreaArchives(
+    Session& session,
+    const std::function<bool(std::size_t done, std::size_t total, const std::filesystem::path& file)>& progress = {});
+
+/// A few words for the state of a tested archive, as the reports show it.
+const char* archiveStateText(ArchiveTest::State state);
 
 } // namespace Kelvane

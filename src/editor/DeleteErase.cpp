@@ -49,6 +49,11 @@ void mnuEraseFilesListOnly_Click(Session& session, EntryTable& table)
         return;
     if (!session.ShowAlert("DeleteFilesListOnly"))
         return;
+    EraseSelectedEntries(session, table);
+}
+
+void EraseSelectedEntries(Session& session, EntryTable& table)
+{
     OperationScope scope(session);
     try {
         // Every selected entry goes, the others keep their order: one pass, one repaint.

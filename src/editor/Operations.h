@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,14 @@ void mnuFileDate_Click(Session& session, EntryTable& table);
 void mnuFileLength_Click(Session& session, EntryTable& table);
 /// Removes the selected entries from the list, after asking; the files stay.
 void mnuEraseFilesListOnly_Click(Session& session, EntryTable& table);
+
+// The work of Erase, File Date and File Length once the operator has chosen, without their
+// questions and boxes, for the repairs the area check offers. Each traps its errors under
+// the command's name; the refreshes answer the indices of the selected entries whose files
+// were not found (they stay selected).
+void EraseSelectedEntries(Session& session, EntryTable& table);
+std::vector<std::size_t> TakeFileDates(Session& session, EntryTable& table);
+std::vector<std::size_t> TakeFileLengths(Session& session, EntryTable& table);
 /// What Delete Files did with the selected entries' files.
 struct DeleteReport
 {

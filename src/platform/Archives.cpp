@@ -14,6 +14,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #ifndef Q_OS_WIN
 #include <fcntl.h>
@@ -264,6 +265,109 @@ Reading readWithSevenZip(const fs::path& file, std::string_view memberName)
     return { Reading::State::Found, data->toStdString() };
 }
 
+// ---- Testing whole archives ------------------------------------------------------------
+
+// 7-Zip may take this long to test one archive: it reads every byte of every member, and a
+// board's archives run to gigabytes.
+constexpr int SevenZipTestMilliseconds = 300'000;
+
+std::string libarchiveError(archive* reader, const char* otherwise)
+{
+    const char* text = archive_error_string(reader);
+    return text && *text ? std::string(text) : std::string(otherwise);
+}
+
+// What the archive library made of the archive; cannotRead is set when another reader may
+// do better (a format or a packing method the library lacks).
+ArchiveTest testInProcess(const fs::path& file, bool& cannotRead)
+{
+    using State = ArchiveTest::State;
+    cannotRead = false;
+    const std::unique_ptr<archive, ReaderDeleter> handle(archive_read_new());
+    if (!handle)
+        return { State::Unreadable, "out of memory" };
+    archive* reader = handle.get();
+    archive_read_support_format_all(reader);
+    archive_read_support_filter_all(reader);
+#ifdef Q_OS_WIN
+    if (archive_read_open_filename_w(reader, file.c_str(), 64 * 1024) != ARCHIVE_OK) {
+#else
+    if (archive_read_open_filename(reader, file.c_str(), 64 * 1024) != ARCHIVE_OK) {
+#endif
+        cannotRead = true;
+        return { State::Unreadable, libarchiveError(reader, "not an archive") };
+    }
+
+    // Members are only read, never written, so a stored name that climbs out of a folder
+    // ("../../etc/passwd", "/etc/passwd") harms nothing here; a nested archive is one more
+    // member whose checksum is checked, never opened in turn. The data passes through this
+    // one buffer: a zip bomb costs time, never memory.
+    std::vector<char> buffer(64 * 1024);
+    std::size_t members = 0;
+    for (;;) {
+        archive_entry* entry = nullptr;
+        const int status = archive_read_next_header(reader, &entry);
+        if (status == ARCHIVE_EOF)
+            break;
+        if (status != ARCHIVE_OK && status != ARCHIVE_WARN) {
+            // Nothing read at all: the library may not know this kind of archive.
+            cannotRead = members == 0;
+            return { members == 0 ? State::Unreadable : State::Damaged, libarchiveError(reader, "damaged") };
+        }
+        ++members;
+        const std::string name = storedPath(entry).value_or(std::string("a member"));
+        if (archive_entry_is_encrypted(entry))
+            return { State::Encrypted, name + " is encrypted" };
+        for (;;) {
+            const la_ssize_t count = archive_read_data(reader, buffer.data(), buffer.size());
+            if (count == 0)
+                break;
+            if (count > 0)
+                continue;
+            // FAILED is a method the library lacks (ZIP implode, shrink, deflate64); FATAL
+            // (data cut short) and WARN (a checksum that disagrees) are damage.
+            const std::string error = name + ": " + libarchiveError(reader, "damaged");
+            if (count == ARCHIVE_FAILED) {
+                cannotRead = true;
+                return { State::Unreadable, error };
+            }
+            return { State::Damaged, error };
+        }
+    }
+    if (members == 0 && archive_format(reader) == ARCHIVE_FORMAT_EMPTY)
+        return { State::Unreadable, "the file is empty" };
+    return { State::Good, {} };
+}
+
+// 7-Zip's verdict: a listing first, which names the encrypted members, then its own test.
+std::optional<ArchiveTest> testWithSevenZip(const fs::path& file)
+{
+    using State = ArchiveTest::State;
+    const QString program = sevenZipProgram();
+    if (program.isEmpty())
+        return std::nullopt;
+    const QDeadlineTimer deadline(SevenZipTestMilliseconds);
+    const QString archivePath = unicodeFromPath(file);
+    const std::optional<QByteArray> listing
+        = runSevenZip(program, { u"l"_s, u"-slt"_s, u"-ba"_s, u"-p"_s, u"--"_s, archivePath }, ListingLimit, deadline);
+    if (!listing || listing->size() >= ListingLimit)
+        return ArchiveTest { State::Unreadable, "7-Zip cannot read it either" };
+    QByteArray path;
+    for (QByteArray line : listing->split('\n')) {
+        if (line.endsWith('\r'))
+            line.chop(1);
+        if (line.startsWith("Path = "))
+            path = line.mid(7);
+        else if (line == "Encrypted = +")
+            return ArchiveTest { State::Encrypted, path.toStdString() + " is encrypted" };
+    }
+    // The test writes a line per member at most; its exit status is the verdict.
+    if (!runSevenZip(program, { u"t"_s, u"-p"_s, u"--"_s, archivePath }, ListingLimit, deadline))
+        return ArchiveTest { State::Damaged, deadline.hasExpired() ? "7-Zip's test did not end in time"
+                                                                   : "7-Zip's test found damage" };
+    return ArchiveTest { State::Good, {} };
+}
+
 // ---- Writing ----------------------------------------------------------------------------
 
 // Writes data as a new file. Whatever stood at the name is removed first (a link itself,
@@ -324,6 +428,26 @@ extractMember(const fs::path& archive, const fs::path& destination, std::string_
         // Out of memory or a path that cannot be converted: still only "no description".
     }
     return ExtractResult::Unreadable;
+}
+
+} // namespace Kelvane
+
+namespace Kelvane {
+
+ArchiveTest testArchive(const fs::path& archive, ArchiveReaders readers)
+{
+    try {
+        bool cannotRead = false;
+        ArchiveTest test = testInProcess(archive, cannotRead);
+        if (!cannotRead || readers != ArchiveReaders::WithSevenZip)
+            return test;
+        if (std::optional<ArchiveTest> other = testWithSevenZip(archive))
+            return *other;
+        test.reason += "; 7-Zip (7zz) is not installed";
+        return test;
+    } catch (...) {
+        return { ArchiveTest::State::Unreadable, "out of memory" };
+    }
 }
 
 } // namespace Kelvane

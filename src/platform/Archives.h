@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <string>
 #include <string_view>
 
 namespace Kelvane {
@@ -29,6 +30,25 @@ ExtractResult extractMember(const std::filesystem::path& archive,
                             const std::filesystem::path& destination,
                             std::string_view memberName,
                             ArchiveReaders readers = ArchiveReaders::WithSevenZip);
+
+/// What reading a whole archive found.
+struct ArchiveTest
+{
+    enum class State {
+        Good, // every member read to its end and its checksum agreed
+        Damaged, // a member's data is cut short, fails its checksum, or cannot be unpacked
+        Encrypted, // a member needs a password: its data cannot be checked
+        Unreadable, // not an archive, or of a kind nothing here reads
+    };
+    State state = State::Unreadable;
+    std::string reason; // empty when good: the member and what was wrong with it
+};
+
+/// Reads every member of archive through to its end, so that the archive's own checksums
+/// are verified, without writing anything anywhere: the data passes through one fixed buffer
+/// and is dropped, so a member of gigabytes costs no memory. An archive the archive library
+/// cannot read (a format or a method it lacks) goes to 7-Zip when readers allows it.
+ArchiveTest testArchive(const std::filesystem::path& archive, ArchiveReaders readers = ArchiveReaders::WithSevenZip);
 
 /// The most of a member that is kept.
 constexpr std::size_t MemberLimit = 1 << 20;

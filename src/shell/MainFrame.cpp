@@ -12,6 +12,7 @@
 #include "shell/EditorForm.h"
 #include "shell/FileAreaTitlesForm.h"
 #include "shell/HelpMenu.h"
+#include "shell/CheckAreaForm.h"
 #include "shell/FindFilesForm.h"
 #include "shell/FindResultsModel.h"
 #include "shell/MakeIndexForm.h"
@@ -198,6 +199,7 @@ void MainFrame::buildToolsMenu()
     const Tool tools[] = {
         { u"mnuFindFiles", QT_TR_NOOP("&Find Files..."), QKeySequence(Qt::CTRL | Qt::Key_F),
           &MainFrame::mnuFindFiles_Click },
+        { u"mnuCheckArea", QT_TR_NOOP("&Check Area..."), QKeySequence(), &MainFrame::mnuCheckArea_Click },
     };
     QMenu* menu = menuBar()->addMenu(tr("&Tools"));
     menu->setObjectName(u"mnuTools"_s);
@@ -208,8 +210,10 @@ void MainFrame::buildToolsMenu()
         item->setShortcut(tool.shortcut);
         connect(item, &QAction::triggered, this, tool.handler);
     }
-    // The one tool of the open area: it works on the editor's tagged entries.
-    m_cleanDescriptions = menu->addAction(tr("&Clean Descriptions"));
+    if (auto* checkArea = menu->findChild<QAction*>(u"mnuCheckArea"_s))
+        checkArea->setEnabled(false); // until an area is open
+    // Clean Descriptions works on the editor's tagged entries.
+    m_cleanDescriptions = menu->addAction(tr("C&lean Descriptions"));
     m_cleanDescriptions->setObjectName(u"mnuCleanDescriptions"_s);
     m_cleanDescriptions->setEnabled(false);
     connect(m_cleanDescriptions, &QAction::triggered, this, &MainFrame::mnuCleanDescriptions_Click);
@@ -369,6 +373,9 @@ void MainFrame::updateOpenFileAreas()
     const bool enabled = !m_chooserOpen && !m_editor;
     m_openFileAreas->setEnabled(enabled);
     m_openFileAreasButton->setEnabled(enabled);
+    // Check Area works on the open area's entries.
+    if (auto* checkArea = findChild<QAction*>(u"mnuCheckArea"_s))
+        checkArea->setEnabled(m_editor != nullptr);
 }
 
 void MainFrame::mnuOpenFileAreas_Click()
@@ -431,6 +438,24 @@ void MainFrame::mnuFindFiles_Click()
         m_findFiles->activateWindow();
     } catch (...) {
         m_session.ReportError("mnuFindFiles_Click");
+    }
+}
+
+void MainFrame::mnuCheckArea_Click()
+{
+    if (!m_editor)
+        return;
+    try {
+        if (!m_checkArea) {
+            EditorForm* editor = m_editor;
+            m_checkArea = new CheckAreaForm(*this, editor->table(), [editor] { editor->Update_All_Controls(); }, this);
+            m_checkArea->refreshReport();
+        }
+        m_checkArea->show();
+        m_checkArea->raise();
+        m_checkArea->activateWindow();
+    } catch (...) {
+        m_session.ReportError("mnuCheckArea_Click");
     }
 }
 
@@ -556,6 +581,8 @@ void MainFrame::showNoAreaState()
 
 void MainFrame::editorClosed()
 {
+    // The check window holds the editor's entries: it cannot outlive them.
+    delete m_checkArea;
     installEditorMenus(false);
     m_editor = nullptr;
     updateOpenFileAreas();

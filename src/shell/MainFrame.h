@@ -14,6 +14,7 @@ class QToolBar;
 
 namespace Kelvane {
 
+class CheckAreaForm;
 class EditorForm;
 class FindFilesForm;
 class MakeIndexForm;
@@ -70,6 +71,7 @@ public:
     void mnuViewOptions_Click();
     void mnuFindFiles_Click();
     void mnuCleanDescriptions_Click();
+    void mnuCheckArea_Click();
     void tbToolBar2_ButtonClick(QAction* button);
     void tbToolBar3_ButtonClick();
 
@@ -119,6 +121,7 @@ private:
 
     EditorForm* m_editor = nullptr; // cleared by editorClosed() when the editor unloads
     QPointer<FindFilesForm> m_findFiles; // one Find window, brought forward when asked again
+    QPointer<CheckAreaForm> m_checkArea; // the open area's check window; it goes with the editor
     std::unique_ptr<MakeIndexForm> m_makeIndex; // hidden from start-up on: it holds no list of its own
     bool m_chooserOpen = false; // the area chooser is open
     bool m_switching = false; // an area switch is replacing the editor

@@ -219,3 +219,46 @@ TEST_F(EditCommandsTest, AListTheBoardChangedMeanwhileIsOverwrittenOnlyWithYes)
 
 } // namespace
 } // namespace Kelvane::Testing
+
+namespace Kelvane::Testing {
+namespace {
+
+TEST_F(EditCommandsTest, CheckShowsItsRepairsFirstAndAppliesThemOnlyWithYes)
+{
+    const auto before = snapshot(demo);
+    const std::vector<std::string> repair { "check", "1", "--erase-missing", "--adopt" };
+    for (const char* mode : { "", "--dry-run" }) {
+        std::vector<std::string> arguments = repair;
+        if (*mode)
+            arguments.push_back(mode);
+        const auto plan = kelvane(arguments);
+        EXPECT_EQ(plan.status, 1) << mode;
+        EXPECT_THAT(plan.out, HasSubstr("would erase the entry OLDTOOL.ZIP (its file is in no directory)\n")) << mode;
+        EXPECT_THAT(plan.out, HasSubstr("would add " + (utils / "NEWTOOL.ZIP").string() + '\n')) << mode;
+        EXPECT_THAT(plan.out, HasSubstr("area 1 (General Utilities): 2 missing files")) << mode;
+        EXPECT_EQ(snapshot(demo), before) << mode << " changed the board";
+    }
+
+    std::vector<std::string> apply = repair;
+    apply.push_back("--yes");
+    const auto applied = kelvane(apply);
+    EXPECT_THAT(applied.out, HasSubstr("would erase the entry OLDTOOL.ZIP")) << applied.out; // the plan first
+    EXPECT_THAT(applied.out, HasSubstr("; 9 changes made\n")) << applied.out;
+    const std::string list = TestBoard::readFile(utils / "FILES.LST");
+    EXPECT_THAT(list, Not(HasSubstr("OLDTOOL.ZIP")));
+    EXPECT_THAT(list, HasSubstr("NEWTOOL.ZIP "));
+    EXPECT_TRUE(fs::exists(utils / "FILES.BAK"));
+
+    // The CD-ROM area is reported, never changed; the damaged archive is named with its reason.
+    const auto cdromBefore = snapshot(demo / "files" / "cdrom");
+    const auto cdrom = kelvane({ "check", "3", "--refresh", "--yes" });
+    EXPECT_THAT(cdrom.out, HasSubstr("reported, never changed")) << cdrom.out;
+    EXPECT_EQ(snapshot(demo / "files" / "cdrom"), cdromBefore);
+    const auto archives = kelvane({ "check", "2", "--test-archives", "--json" });
+    EXPECT_EQ(archives.status, 1);
+    EXPECT_THAT(archives.out, HasSubstr("HERETIC.ZIP\",\n      \"state\": \"damaged\",\n      \"reason\": \"HERETIC.EXE: "))
+        << archives.out;
+}
+
+} // namespace
+} // namespace Kelvane::Testing

@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <functional>
 #include <map>
 #include <tuple>
 
@@ -230,6 +231,80 @@ TEST(Archives, Distrusts7ZipAndStopsItAfterTenSeconds)
     std::ofstream(board.root / "extraction") << "path";
     EXPECT_EQ(extractMember(board.archive, board.work, "FILE_ID.DIZ", ArchiveReaders::InProcessOnly), Unreadable);
     EXPECT_FALSE(fs::exists(board.work / "FILE_ID.DIZ"));
+}
+
+} // namespace
+} // namespace Kelvane::Testing
+
+namespace Kelvane::Testing {
+namespace {
+
+// A ZIP whose one member is encrypted with the traditional PKWARE cipher.
+void writeEncryptedZip(const fs::path& file)
+{
+    archive* writer = archive_write_new();
+    archive_write_set_format_zip(writer);
+    ASSERT_EQ(archive_write_set_options(writer, "zip:encryption=zipcrypt"), ARCHIVE_OK);
+    ASSERT_EQ(archive_write_set_passphrase(writer, "secret"), ARCHIVE_OK);
+    ASSERT_EQ(archive_write_open_filename(writer, file.c_str()), ARCHIVE_OK);
+    archive_entry* entry = archive_entry_new();
+    archive_entry_set_pathname(entry, "SECRET.TXT");
+    archive_entry_set_mode(entry, AE_IFREG | 0644);
+    archive_entry_set_size(entry, 5);
+    EXPECT_EQ(archive_write_header(writer, entry), ARCHIVE_OK);
+    archive_write_data(writer, "hello", 5);
+    archive_entry_free(entry);
+    EXPECT_EQ(archive_write_free(writer), ARCHIVE_OK);
+}
+
+TEST(Archives, TestReadsEveryMemberToItsEnd)
+{
+    QTemporaryDir temporary;
+    const fs::path root = temporary.path().toStdString();
+    const std::string text(200'000, 'k');
+    using State = ArchiveTest::State;
+    struct Case
+    {
+        const char* name;
+        std::function<void(const fs::path&)> write;
+        State state;
+        const char* reason; // a part of it
+    };
+    const Case cases[] = {
+        { "GOOD.ZIP", [&](const fs::path& f) { writeArchive(f, Format::Zip, { { "A.TXT", text }, { "B.TXT", "b" } }); },
+          State::Good, "" },
+        // Gigabytes of zeros would pass through the same fixed buffer; 64 MiB show the way.
+        { "ZEROS.ZIP", [](const fs::path& f) { writeArchive(f, Format::Zip, { { "Z.BIN", std::string(64 << 20, '\0') } }); },
+          State::Good, "" },
+        { "GOOD.7Z", [&](const fs::path& f) { writeArchive(f, Format::SevenZip, { { "A.TXT", text } }); }, State::Good, "" },
+        { "SHORT.ZIP",
+          [&](const fs::path& f) {
+              writeArchive(f, Format::Zip, { { "A.TXT", text }, { "B.TXT", text + "b" } });
+              fs::resize_file(f, fs::file_size(f) / 2);
+          },
+          State::Damaged, "" },
+        { "BADCRC.ZIP",
+          [&](const fs::path& f) {
+              writeArchive(f, Format::StoredZip, { { "A.TXT", text } });
+              std::string bytes = TestBoard::readFile(f);
+              bytes[bytes.find(text) + 1000] = 'X';
+              TestBoard::writeFile(f, bytes);
+          },
+          State::Damaged, "A.TXT" },
+        { "LOCKED.ZIP", [](const fs::path& f) { writeEncryptedZip(f); }, State::Encrypted, "SECRET.TXT" },
+        { "TEXT.ZIP", [](const fs::path& f) { TestBoard::writeFile(f, "This is not an archive.\r\n"); }, State::Unreadable,
+          "" },
+        { "EMPTY.ZIP", [](const fs::path& f) { TestBoard::writeFile(f, ""); }, State::Unreadable, "empty" },
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        const fs::path file = root / c.name;
+        c.write(file);
+        const ArchiveTest test = testArchive(file);
+        EXPECT_EQ(test.state, c.state) << test.reason;
+        EXPECT_EQ(test.reason.empty(), c.state == State::Good) << test.reason;
+        EXPECT_NE(test.reason.find(c.reason), std::string::npos) << test.reason;
+    }
 }
 
 } // namespace
