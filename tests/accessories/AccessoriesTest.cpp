@@ -3,17 +3,8 @@
 #include "accessories/HelpWindow.h"
 #include "platform/FileNames.h"
 
-#include <QApplication>
-#include <QClipboard>
-#include <QElapsedTimer>
-#include <QLabel>
-#include <QLineEdit>
-#include <QListWidget>
-#include <QPlainTextEdit>
-#include <QPushButton>
-#include <QTemporaryDir>
-#include <QTest>
-#include <QTextBrowser>
+#include <QtTest>
+#include <QtWidgets>
 #include <functional>
 #include <gtest/gtest.h>
 #include <memory>

@@ -2,13 +2,8 @@
 #include "accessories/AviFiles.h"
 #include "platform/FileNames.h"
 
-#include <QCoreApplication>
-#include <QFile>
-#include <QSaveFile>
-#include <QScopeGuard>
-#include <QTemporaryDir>
-#include <QTest>
-#include <QtEndian>
+#include <QtTest>
+#include <QtWidgets>
 #include <functional>
 #include <gtest/gtest.h>
 #include <random>

@@ -4,11 +4,7 @@
 #include "support/ScriptedPort.h"
 #include "support/TestBoard.h"
 
-#include <gtest/gtest.h>
-
 #include <cerrno>
-
-using namespace Qt::StringLiterals;
 
 namespace Kelvane::Testing {
 namespace {

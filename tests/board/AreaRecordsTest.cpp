@@ -3,14 +3,8 @@
 #include "board/RunTimeError.h"
 #include "support/TestBoard.h"
 
-#include <gtest/gtest.h>
-
-using namespace Qt::StringLiterals;
-
 namespace Kelvane::Testing {
 namespace {
-
-namespace fs = std::filesystem;
 
 // A field as it lies in the record: its length byte, its text, zeros to its capacity.
 std::string field(const std::string& text, std::size_t capacity)

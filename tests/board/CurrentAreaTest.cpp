@@ -4,14 +4,8 @@
 #include "support/ScriptedPort.h"
 #include "support/TestBoard.h"
 
-#include <gtest/gtest.h>
-
-using namespace Qt::StringLiterals;
-
 namespace Kelvane::Testing {
 namespace {
-
-namespace fs = std::filesystem;
 
 class CurrentAreaTest : public ::testing::Test
 {

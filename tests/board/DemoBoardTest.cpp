@@ -6,18 +6,11 @@
 #include "platform/CodePage.h"
 #include "support/TestBoard.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <chrono>
 #include <tuple>
 
 namespace Kelvane::Testing {
 namespace {
-
-using ::testing::HasSubstr;
-
-namespace fs = std::filesystem;
 
 class DemoBoardTest : public ::testing::Test
 {

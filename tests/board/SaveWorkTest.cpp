@@ -3,23 +3,12 @@
 #include "support/ScriptedPort.h"
 #include "support/TestBoard.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <cerrno>
 #include <functional>
 #include <sys/stat.h>
 
-using namespace Qt::StringLiterals;
-
-namespace Kelvane {
+namespace Kelvane::Testing {
 namespace {
-
-using ::testing::HasSubstr;
-
-namespace fs = std::filesystem;
-using Testing::ScriptedPort;
-using Testing::TestBoard;
 
 const std::string OldList = "OLD.ZIP             1 01-01-96 The list as it was                           \r\n";
 const std::string NewList = "NEW.ZIP             2 02-02-96 The new list                                 \r\n";
@@ -270,4 +259,4 @@ TEST_F(SaveWorkTest, EntriesReadFromOneListAreNeverSavedOverAnother)
 }
 
 } // namespace
-} // namespace Kelvane
+} // namespace Kelvane::Testing

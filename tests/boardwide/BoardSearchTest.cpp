@@ -3,17 +3,10 @@
 #include "platform/CodePage.h"
 #include "support/TestBoard.h"
 
-#include <gtest/gtest.h>
-
 #include <map>
 
-using namespace Qt::StringLiterals;
-
-namespace Kelvane {
+namespace Kelvane::Testing {
 namespace {
-
-namespace fs = std::filesystem;
-using Testing::TestBoard;
 
 TEST(SearchPatternTest, WildcardsOnNamesAndTextInDescriptions)
 {
@@ -113,4 +106,4 @@ TEST(BoardSearchTest, HitsArriveAreaByAreaAndACancelStopsWithinAnArea)
 }
 
 } // namespace
-} // namespace Kelvane
+} // namespace Kelvane::Testing

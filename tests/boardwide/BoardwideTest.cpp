@@ -6,19 +6,12 @@
 #include "platform/CodePage.h"
 #include "support/TestBoard.h"
 
-#include <gtest/gtest.h>
-
 #include <fstream>
 #include <map>
 #include <sstream>
 
-using namespace Qt::StringLiterals;
-
-namespace Kelvane {
+namespace Kelvane::Testing {
 namespace {
-
-namespace fs = std::filesystem;
-using Testing::TestBoard;
 
 AreaSelection named(std::vector<std::string> words)
 {
@@ -198,4 +191,4 @@ TEST(TerminalProgressTest, ALineOnATerminalAndNothingElsewhere)
 }
 
 } // namespace
-} // namespace Kelvane
+} // namespace Kelvane::Testing

@@ -3,18 +3,11 @@
 #include "platform/CodePage.h"
 #include "support/TestBoard.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <fstream>
 
-using namespace Qt::StringLiterals;
-
-namespace Kelvane {
+namespace Kelvane::Testing {
 namespace {
-
-namespace fs = std::filesystem;
-using Testing::TestBoard;
 
 // Alpha lists FOO.ZIP and BAR.ZIP (whose file is gone) and holds a long-named report and an
 // empty file; Beta holds foo.zip (the same bytes as Alpha's), another FOO.ZIP of other bytes
@@ -228,4 +221,4 @@ TEST_F(DupesTest, RemovalKeepsOneFileAndNeverChangesAReadOnlyAreaOrTheKeptFile)
 }
 
 } // namespace
-} // namespace Kelvane
+} // namespace Kelvane::Testing

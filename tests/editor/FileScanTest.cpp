@@ -6,12 +6,8 @@
 #include "editor/Operations.h"
 #include "platform/ZipWriter.h"
 
-using namespace Qt::StringLiterals;
-
 namespace Kelvane::Testing {
 namespace {
-
-namespace fs = std::filesystem;
 
 using FileScanTest = EditorFixture;
 

@@ -3,12 +3,8 @@
 #include "board/FileDates.h"
 #include "editor/Operations.h"
 
-using namespace Qt::StringLiterals;
-
 namespace Kelvane::Testing {
 namespace {
-
-namespace fs = std::filesystem;
 
 using SelectionOperations = EditorFixture;
 

@@ -6,8 +6,6 @@
 #include "support/ScriptedPort.h"
 #include "support/TestBoard.h"
 
-#include <gtest/gtest.h>
-
 #include <cstdio>
 #include <cstdlib>
 #include <map>
@@ -21,8 +19,6 @@ using namespace std::string_literals;
 
 namespace Kelvane::Testing {
 namespace {
-
-namespace fs = std::filesystem;
 
 const std::string NoRecord(15, '\0');
 

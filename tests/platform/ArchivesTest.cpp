@@ -8,18 +8,14 @@
 
 #include <archive.h>
 #include <archive_entry.h>
-#include <gtest/gtest.h>
 
 #include <fstream>
 #include <map>
 #include <tuple>
 
-using namespace Qt::StringLiterals;
-
 namespace Kelvane::Testing {
 namespace {
 
-namespace fs = std::filesystem;
 using enum ExtractResult;
 
 enum class Format { Zip, StoredZip, SevenZip, TarGz };

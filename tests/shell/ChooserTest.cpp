@@ -4,18 +4,7 @@
 #include "FakeFrameHost.h"
 #include "support/ScriptedPort.h"
 
-#include <QAction>
-#include <QListView>
-#include <QPointer>
-#include <QPushButton>
-#include <QStackedWidget>
-#include <QTest>
-
-#include <gtest/gtest.h>
-
 #include <functional>
-
-using namespace Qt::StringLiterals;
 
 namespace Kelvane::Testing {
 namespace {

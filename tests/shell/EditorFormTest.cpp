@@ -3,17 +3,6 @@
 #include "board/FilesList.h"
 #include "platform/CodePage.h"
 
-#include <QLabel>
-#include <QLocale>
-#include <QMenu>
-#include <QPlainTextEdit>
-#include <QPushButton>
-#include <QScopeGuard>
-#include <QStatusBar>
-#include <QTimer>
-
-using namespace Qt::StringLiterals;
-
 namespace Kelvane::Testing {
 namespace {
 

@@ -5,15 +5,12 @@
 #include "shell/FrameHost.h"
 #include "support/TestBoard.h"
 
-#include <QCoreApplication>
-#include <QEvent>
-#include <QWidget>
+#include <QtTest>
+#include <QtWidgets>
 
 #include <memory>
 
 namespace Kelvane::Testing {
-
-using namespace Qt::StringLiterals;
 
 /// A frame for the forms to talk to: it keeps a session on a test board and a settings store
 /// in the board's INI file, and records what the forms ask of it.

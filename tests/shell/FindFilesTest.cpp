@@ -4,18 +4,6 @@
 #include "shell/FindFilesForm.h"
 #include "shell/FindResultsModel.h"
 
-#include <QAbstractItemModelTester>
-#include <QComboBox>
-#include <QLabel>
-#include <QLineEdit>
-#include <QMenuBar>
-#include <QPlainTextEdit>
-#include <QPushButton>
-#include <QSignalSpy>
-#include <QTableView>
-
-using namespace Qt::StringLiterals;
-
 namespace Kelvane::Testing {
 namespace {
 

@@ -8,12 +8,8 @@
 #include "shell/ScriptedQtPort.h"
 #include "support/TestBoard.h"
 
-#include <QAction>
-#include <QApplication>
-#include <QListView>
-#include <QTest>
-#include <filesystem>
-#include <gtest/gtest.h>
+#include <QtTest>
+#include <QtWidgets>
 #include <memory>
 #include <string>
 #include <vector>

@@ -3,27 +3,10 @@
 #include "platform/ZipWriter.h"
 #include "shell/AreaListForm.h"
 
-#include <QComboBox>
-#include <QDate>
-#include <QHeaderView>
-#include <QLineEdit>
-#include <QPlainTextEdit>
-#include <QPushButton>
-#include <QTableView>
-#include <QTimer>
-#include <QToolBar>
-#include <gmock/gmock.h>
-
-using namespace Qt::StringLiterals;
 using namespace std::string_literals;
 
 namespace Kelvane::Testing {
 namespace {
-
-using ::testing::HasSubstr;
-using ::testing::Not;
-
-namespace fs = std::filesystem;
 
 class JourneyTest : public FrameFixture
 {

@@ -2,19 +2,6 @@
 
 #include "accessories/HelpWindow.h"
 
-#include <QComboBox>
-#include <QLabel>
-#include <QListWidget>
-#include <QMdiArea>
-#include <QMdiSubWindow>
-#include <QPushButton>
-#include <QScreen>
-#include <QStatusBar>
-#include <QTimer>
-#include <QToolBar>
-
-using namespace Qt::StringLiterals;
-
 namespace Kelvane::Testing {
 namespace {
 

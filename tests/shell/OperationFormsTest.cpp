@@ -9,23 +9,8 @@
 #include "shell/MoveFilesProgressForm.h"
 #include "sortmove/MoveFiles.h"
 
-#include <QApplication>
-#include <QLabel>
-#include <QListWidget>
-#include <QPushButton>
-#include <QTest>
-#include <QTreeView>
-
-#include <gtest/gtest.h>
-
-using namespace Qt::StringLiterals;
-
-namespace Kelvane {
+namespace Kelvane::Testing {
 namespace {
-
-namespace fs = std::filesystem;
-using Testing::OperationsHost;
-using Testing::TestBoard;
 
 /// An area open on the host's board, its files directory holding A1..A4.
 class OperationFormsTest : public ::testing::Test
@@ -167,4 +152,4 @@ TEST_F(OperationFormsTest, MakeIndexRunsOnlyWithAreasWaiting)
 }
 
 } // namespace
-} // namespace Kelvane
+} // namespace Kelvane::Testing

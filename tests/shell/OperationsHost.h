@@ -5,8 +5,8 @@
 #include "shell/ScriptedQtPort.h"
 #include "support/TestBoard.h"
 
-#include <QRect>
-#include <QWidget>
+#include <QtTest>
+#include <QtWidgets>
 
 #include <memory>
 

@@ -5,23 +5,10 @@
 #include "platform/FileNames.h"
 #include "support/ScriptedPort.h"
 
-#include <QCheckBox>
-#include <QComboBox>
-#include <QDir>
-#include <QLineEdit>
-#include <QPushButton>
-#include <QTest>
-
-#include <gtest/gtest.h>
-
 #include <memory>
-
-using namespace Qt::StringLiterals;
 
 namespace Kelvane::Testing {
 namespace {
-
-namespace fs = std::filesystem;
 
 class OptionsTest : public ::testing::Test
 {

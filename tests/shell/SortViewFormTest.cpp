@@ -3,27 +3,11 @@
 #include "editor/EntryTable.h"
 #include "shell/SortViewForm.h"
 
-#include <QAction>
-#include <QApplication>
-#include <QContextMenuEvent>
-#include <QHeaderView>
-#include <QLabel>
-#include <QMenu>
-#include <QPushButton>
-#include <QTableView>
-#include <QTest>
-
-#include <gtest/gtest.h>
-
 #include <functional>
 #include <tuple>
 
-using namespace Qt::StringLiterals;
-
-namespace Kelvane {
+namespace Kelvane::Testing {
 namespace {
-
-using Testing::OperationsHost;
 
 const QString ReadyText = u"Click Title Column Bar above to sort that area"_s;
 
@@ -164,4 +148,4 @@ TEST_F(SortViewFormTest, FollowsTheEntriesBetweenOpeningsAndOffersItsMenuAndHelp
 }
 
 } // namespace
-} // namespace Kelvane
+} // namespace Kelvane::Testing

@@ -5,8 +5,6 @@
 namespace Kelvane::Testing {
 namespace {
 
-namespace fs = std::filesystem;
-
 class MoveFilesTest : public EditorFixture
 {
 protected:

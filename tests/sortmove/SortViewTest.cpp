@@ -2,8 +2,6 @@
 
 #include "sortmove/SortView.h"
 
-using namespace Qt::StringLiterals;
-
 namespace Kelvane::Testing {
 namespace {
 
