@@ -1,48 +1,15 @@
 #include "cli/CliRunner.h"
 
-#include "board/DemoBoard.h"
 #include "board/FileDates.h"
-#include "platform/CodePage.h"
-#include "support/TestBoard.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 
-#include <gtest/gtest.h>
-
-using namespace Qt::StringLiterals;
-
-namespace Kelvane {
+namespace Kelvane::Testing {
 namespace {
 
-namespace fs = std::filesystem;
-using Testing::runKelvane;
-using Testing::TestBoard;
-
-class DupesCommandTest : public ::testing::Test
-{
-protected:
-    void SetUp() override
-    {
-        demo = board.root() / "demo";
-        node = DemoBoard::build(demo, CodePage::windows1252()).string();
-        utils = demo / "files" / "utils";
-        cdrom = demo / "files" / "cdrom";
-    }
-
-    Testing::CliResult kelvane(std::vector<std::string> arguments)
-    {
-        arguments.insert(arguments.end(), { "--main-node", node });
-        return runKelvane(arguments);
-    }
-
-    TestBoard board;
-    fs::path demo;
-    fs::path utils;
-    fs::path cdrom;
-    std::string node;
-};
+using DupesCommandTest = DemoCliTest;
 
 TEST_F(DupesCommandTest, TheDemoBoardsDuplicateInTextAndJson)
 {
@@ -119,4 +86,4 @@ TEST_F(DupesCommandTest, ADamagedCacheIsOneLineAndIsRebuilt)
 }
 
 } // namespace
-} // namespace Kelvane
+} // namespace Kelvane::Testing

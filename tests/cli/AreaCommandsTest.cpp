@@ -2,26 +2,18 @@
 
 #include "board/AreaRecords.h"
 #include "board/BoardTool.h"
-#include "support/TestBoard.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <fstream>
 
 namespace Kelvane::Testing {
 namespace {
 
-using ::testing::HasSubstr;
-
-namespace fs = std::filesystem;
-
 const std::string List = "GAME.ZIP         1234 05-17-96 A game in \xE9t\xE9" + std::string(32, ' ')
     + "\r\n"
       "                               second \"line\"                                \r\n"
       "TOOL.ZIP           99 01-02-97 A tool                                       \r\n";
 
-class AreaCommandsTest : public ::testing::Test
+class AreaCommandsTest : public CliTest
 {
 protected:
     void SetUp() override
@@ -31,17 +23,14 @@ protected:
         board.addArea(record);
         files = record.path;
         TestBoard::writeFile(files / "FILES.LST", List);
-        node = board.mainNode().string();
     }
 
-    TestBoard board;
     fs::path files;
-    std::string node;
 };
 
 TEST_F(AreaCommandsTest, ShowPrintsTheEntriesAsReadAndRewriteKeepsThem)
 {
-    const auto json = runKelvane({ "show", "Games & More", "--main-node", node, "--json" });
+    const auto json = kelvane({ "show", "Games & More", "--json" });
     EXPECT_EQ(json.status, 0) << json.err;
     EXPECT_EQ(
         json.out,
@@ -51,14 +40,14 @@ TEST_F(AreaCommandsTest, ShowPrintsTheEntriesAsReadAndRewriteKeepsThem)
               "        \"second \\\"line\\\"\"\n      ]\n    },\n    {\n      \"name\": \"TOOL.ZIP\",\n"
               "      \"size\": 99,\n      \"date\": \"01-02-97\",\n      \"description\": [\n"
               "        \"A tool\"\n      ]\n    }\n  ]\n}\n");
-    const auto text = runKelvane({ "show", "1", "--main-node", node });
+    const auto text = kelvane({ "show", "1" });
     EXPECT_THAT(
         text.out,
         HasSubstr("GAME.ZIP          1234 05-17-96  A game in \xC3\xA9t\xC3\xA9\n" + std::string(34, ' ') + "second"))
         << text.out;
 
     // Rewrite saves the same bytes through the writer, keeping the old list as the backup.
-    const auto result = runKelvane({ "rewrite", "1", "--main-node", node });
+    const auto result = kelvane({ "rewrite", "1" });
     EXPECT_EQ(result.status, 0) << result.err;
     EXPECT_EQ(TestBoard::readFile(files / "FILES.LST"), List);
     EXPECT_EQ(TestBoard::readFile(files / "FILES.BAK"), List);
@@ -97,7 +86,7 @@ TEST_F(AreaCommandsTest, AreasListsTheBoardFromTheSettingsStoreAndFailuresEndWit
         EXPECT_EQ(result.err.substr(0, c.errorStart.size()), c.errorStart) << result.err;
     }
     fs::remove_all(files);
-    const auto missing = runKelvane({ "rewrite", "1", "--main-node", node });
+    const auto missing = kelvane({ "rewrite", "1" });
     EXPECT_EQ(missing.status, 1);
     EXPECT_THAT(missing.err, HasSubstr("There is no File Area Path Defined"));
     EXPECT_EQ(runKelvane({}).status, 0);
@@ -208,17 +197,17 @@ TEST_F(AreaCommandsTest, ExportWritesTheListAsJsonCsvAndTextThroughTheCodePage)
         TestBoard::writeFile(files / "FILES.LST", c.list);
         const auto exported = [&](const std::string& format, const std::string& to) {
             const auto result
-                = runKelvane({ "export", "Games & More", "--main-node", node, "--format", format, "--output", to });
+                = kelvane({ "export", "Games & More", "--format", format, "--output", to });
             EXPECT_EQ(result.status, 0) << result.err;
             return to == "-" ? result.out : TestBoard::readFile(to);
         };
-        const std::string json = runKelvane({ "show", "1", "--main-node", node, "--json" }).out;
+        const std::string json = kelvane({ "show", "1", "--json" }).out;
         const std::vector<std::pair<std::string, std::string>> formats
             = { { "json", json }, { "csv", "name,size,date,description\r\n" + c.csv }, { "text", c.text } };
         for (const auto& [format, expected] : formats) {
             EXPECT_EQ(exported(format, "-"), expected) << c.page << ' ' << format;
             EXPECT_EQ(exported(format, output.string()), expected) << c.page << ' ' << format;
-            EXPECT_EQ(runKelvane({ "export", "1", "--main-node", node, "--format", format }).out, expected);
+            EXPECT_EQ(kelvane({ "export", "1", "--format", format }).out, expected);
             EXPECT_EQ(std::distance(fs::directory_iterator(output.parent_path()), {}), 1) << "a temporary was left";
         }
         EXPECT_EQ(TestBoard::readFile(files / "FILES.LST"), c.list);
@@ -226,12 +215,12 @@ TEST_F(AreaCommandsTest, ExportWritesTheListAsJsonCsvAndTextThroughTheCodePage)
 
     fs::remove(output);
     const auto unknown
-        = runKelvane({ "export", "Nothing", "--main-node", node, "--format", "csv", "--output", output.string() });
+        = kelvane({ "export", "Nothing", "--format", "csv", "--output", output.string() });
     EXPECT_EQ(unknown.status, 1);
     EXPECT_EQ(unknown.err, "kelvane: there is no area \"Nothing\" on this board (it has 1)\n");
     EXPECT_FALSE(fs::exists(output));
     fs::remove(files / "FILES.LST"); // a missing list exports empty and is not created
-    EXPECT_EQ(runKelvane({ "export", "1", "--main-node", node, "--format", "csv" }).out,
+    EXPECT_EQ(kelvane({ "export", "1", "--format", "csv" }).out,
               "name,size,date,description\r\n");
     EXPECT_FALSE(fs::exists(files / "FILES.LST"));
 }

@@ -1,21 +1,10 @@
 #include "cli/CliRunner.h"
 
-#include "support/TestBoard.h"
-
 #include <QJsonArray>
 #include <QJsonDocument>
 
-#include <gtest/gtest.h>
-
-#include <map>
-
-using namespace Qt::StringLiterals;
-
-namespace Kelvane {
+namespace Kelvane::Testing {
 namespace {
-
-namespace fs = std::filesystem;
-using Testing::TestBoard;
 
 std::size_t count(const std::string& text, const std::string& piece)
 {
@@ -27,7 +16,7 @@ std::size_t count(const std::string& text, const std::string& piece)
 
 // Two areas tracked for the index, each with a new file and a text file to leave out, and
 // a third whose directory is gone.
-class AreaSetCommandsTest : public ::testing::Test
+class AreaSetCommandsTest : public CliTest
 {
 protected:
     void SetUp() override
@@ -46,32 +35,14 @@ protected:
         AreaRecord gone = board.simpleRecord("Gone");
         fs::remove_all(gone.path);
         board.addArea(gone);
-        node = board.mainNode().string();
     }
 
-    Testing::CliResult kelvane(std::vector<std::string> arguments)
-    {
-        return Testing::runKelvaneOn(node, std::move(arguments));
-    }
-
-    std::map<std::string, std::string> snapshot() const
-    {
-        std::map<std::string, std::string> files;
-        for (const fs::path& dir : dirs) {
-            for (const fs::directory_entry& entry : fs::directory_iterator(dir))
-                files[entry.path().string()] = TestBoard::readFile(entry.path());
-        }
-        return files;
-    }
-
-    TestBoard board;
     std::vector<fs::path> dirs;
-    std::string node;
 };
 
 TEST_F(AreaSetCommandsTest, AnUnattendedDryRunScanOverTheBoardChangesNothing)
 {
-    const auto before = snapshot();
+    const auto before = snapshot(board.root() / "areas");
     const auto result = kelvane({ "scan", "--all", "--exclude", "*.txt", "--dry-run" });
     EXPECT_EQ(result.status, 1) << "the area whose directory is gone";
     EXPECT_EQ(result.out,
@@ -80,7 +51,7 @@ TEST_F(AreaSetCommandsTest, AnUnattendedDryRunScanOverTheBoardChangesNothing)
     EXPECT_EQ(result.err,
               "kelvane: area 3 (Gone): its file directory " + (board.root() / "areas" / "Gone").string()
                   + " cannot be found; skipped\n");
-    EXPECT_EQ(snapshot(), before);
+    EXPECT_EQ(snapshot(board.root() / "areas"), before);
 }
 
 TEST_F(AreaSetCommandsTest, TheMakeIndexQuestionIsAskedOnceForEveryQueuedArea)
@@ -109,4 +80,4 @@ TEST_F(AreaSetCommandsTest, TheMakeIndexQuestionIsAskedOnceForEveryQueuedArea)
 }
 
 } // namespace
-} // namespace Kelvane
+} // namespace Kelvane::Testing

@@ -1,50 +1,9 @@
 #include "cli/CliRunner.h"
 
-#include "board/DemoBoard.h"
-#include "platform/CodePage.h"
-#include "support/TestBoard.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <map>
-
 namespace Kelvane::Testing {
 namespace {
 
-using ::testing::HasSubstr;
-using ::testing::Not;
-
-namespace fs = std::filesystem;
-
-// Every file under a directory with its bytes and mode, to tell whether anything changed.
-std::map<std::string, std::string> snapshot(const fs::path& root)
-{
-    std::map<std::string, std::string> files;
-    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(root)) {
-        const std::string mode = std::to_string(static_cast<int>(entry.symlink_status().permissions()));
-        files[entry.path().string()] = entry.is_regular_file() ? mode + ':' + TestBoard::readFile(entry.path()) : mode;
-    }
-    return files;
-}
-
-class EditCommandsTest : public ::testing::Test
-{
-protected:
-    void SetUp() override
-    {
-        demo = board.root() / "demo";
-        node = DemoBoard::build(demo, CodePage::windows1252()).string();
-        utils = demo / "files" / "utils";
-    }
-
-    CliResult kelvane(std::vector<std::string> arguments) { return runKelvaneOn(node, std::move(arguments)); }
-
-    TestBoard board;
-    fs::path demo;
-    fs::path utils;
-    std::string node;
-};
+using EditCommandsTest = DemoCliTest;
 
 TEST_F(EditCommandsTest, ADryRunChangesNothing)
 {
