@@ -3,8 +3,6 @@
 #include "board/AreaRecords.h"
 #include "board/BoardTool.h"
 
-#include <fstream>
-
 namespace Kelvane::Testing {
 namespace {
 
@@ -28,7 +26,7 @@ protected:
     fs::path files;
 };
 
-TEST_F(AreaCommandsTest, ShowPrintsTheEntriesAsReadAndRewriteKeepsThem)
+TEST_F(AreaCommandsTest, ShowPrintsTheEntriesRewriteKeepsThemAreasListsTheBoardAndFailuresEndWithOneLine)
 {
     const auto json = kelvane({ "show", "Games & More", "--json" });
     EXPECT_EQ(json.status, 0) << json.err;
@@ -52,10 +50,8 @@ TEST_F(AreaCommandsTest, ShowPrintsTheEntriesAsReadAndRewriteKeepsThem)
     EXPECT_EQ(TestBoard::readFile(files / "FILES.LST"), List);
     EXPECT_EQ(TestBoard::readFile(files / "FILES.BAK"), List);
     EXPECT_THAT(result.err, HasSubstr("Kelvane Information\n  Changes were saved to "));
-}
 
-TEST_F(AreaCommandsTest, AreasListsTheBoardFromTheSettingsStoreAndFailuresEndWithOneLine)
-{
+    // Areas lists the board named in the settings store; failures end with one line.
     const auto unset = runKelvane({ "areas" });
     EXPECT_EQ(unset.status, 1);
     EXPECT_THAT(unset.err, HasSubstr("You have not defined Vandor Main Node's Path!"));
@@ -66,13 +62,7 @@ TEST_F(AreaCommandsTest, AreasListsTheBoardFromTheSettingsStoreAndFailuresEndWit
     EXPECT_EQ(listed.out.substr(0, 24), "   1  Games & More\n     ");
     EXPECT_EQ(runKelvane({ "areas", "--json" }).out.substr(0, 40), "[\n  {\n    \"number\": 1,\n    \"title\": \"Gam");
 
-    struct Case
-    {
-        std::vector<std::string> arguments;
-        int status;
-        std::string errorStart;
-    };
-    const std::vector<Case> cases = {
+    const std::vector<std::tuple<std::vector<std::string>, int, std::string>> cases = {
         { { "show", "7", "--main-node", node }, 1, "kelvane: there is no area \"7\" on this board (it has 1)\n" },
         { { "show", "1", "--main-node", (board.root() / "nowhere").string() },
           1,
@@ -80,10 +70,10 @@ TEST_F(AreaCommandsTest, AreasListsTheBoardFromTheSettingsStoreAndFailuresEndWit
         { { "show" }, 2, "kelvane: AREA is required" },
         { { "frobnicate" }, 2, "kelvane: " },
     };
-    for (const Case& c : cases) {
-        const auto result = runKelvane(c.arguments);
-        EXPECT_EQ(result.status, c.status);
-        EXPECT_EQ(result.err.substr(0, c.errorStart.size()), c.errorStart) << result.err;
+    for (const auto& [arguments, status, errorStart] : cases) {
+        const auto result = runKelvane(arguments);
+        EXPECT_EQ(result.status, status);
+        EXPECT_EQ(result.err.substr(0, errorStart.size()), errorStart) << result.err;
     }
     fs::remove_all(files);
     const auto missing = kelvane({ "rewrite", "1" });
@@ -111,15 +101,9 @@ TEST_F(AreaCommandsTest, BoardBuildsABoardRecordByRecord)
 
     const std::vector<AreaRecord> records = AreaRecordFormat::readFile(file);
     ASSERT_EQ(records.size(), 2u);
-    AreaRecord first;
-    first.title = "Utilities";
-    first.path = "/srv/utils";
-    first.alt[0] = "/srv/u2";
-    first.alt[1] = "/srv/u3";
-    first.filesList = "/srv/utils/FILES.LST";
-    first.index = "/srv/idx/U.IDX";
-    first.cdrom = "no";
-    first.offline = "";
+    const AreaRecord first { .title = "Utilities", .path = "/srv/utils", .alt = { "/srv/u2", "/srv/u3" },
+                             .filesList = "/srv/utils/FILES.LST", .index = "/srv/idx/U.IDX", .cdrom = "no",
+                             .offline = "" };
     EXPECT_EQ(records[0], first);
     EXPECT_EQ(records[1].filesList, "/srv/g.lst");
     EXPECT_EQ(records[1].master, "Yes");
@@ -140,13 +124,7 @@ TEST_F(AreaCommandsTest, BoardRefusesWhatDoesNotFitAndLeavesTheFileAsItWas)
 {
     const fs::path file = board.mainNode() / "Mwork" / "Farea.dat";
     const std::string before = TestBoard::readFile(file);
-    struct Case
-    {
-        std::vector<std::string> arguments;
-        int status;
-        std::string error;
-    };
-    const std::vector<Case> cases = {
+    const std::vector<std::tuple<std::vector<std::string>, int, std::string>> cases = {
         { { "board", "add", node, "--title", std::string(61, 'T'), "--path", "/srv" },
           1,
           "kelvane: Title is 61 characters long; the field holds at most 60\n" },
@@ -156,11 +134,11 @@ TEST_F(AreaCommandsTest, BoardRefusesWhatDoesNotFitAndLeavesTheFileAsItWas)
         { { "board", "set", node, "9", "--title", "x" }, 1, "kelvane: there is no area 9 on this board (it has 1)\n" },
         { { "board", "add", node, "--title", "No path" }, 2, "" },
     };
-    for (const Case& c : cases) {
-        const auto result = runKelvane(c.arguments);
-        EXPECT_EQ(result.status, c.status) << result.err;
-        if (!c.error.empty()) {
-            EXPECT_EQ(result.err, c.error);
+    for (const auto& [arguments, status, error] : cases) {
+        const auto result = runKelvane(arguments);
+        EXPECT_EQ(result.status, status) << result.err;
+        if (!error.empty()) {
+            EXPECT_EQ(result.err, error);
         }
         EXPECT_EQ(TestBoard::readFile(file), before);
     }
@@ -175,11 +153,7 @@ TEST_F(AreaCommandsTest, ExportWritesTheListAsJsonCsvAndTextThroughTheCodePage)
 {
     TestBoard::writeFile(files / "My Game, Deluxe.zip", "data"); // its alias is MYGAME~1.ZIP
     const std::string blank(31, ' ');
-    struct Case
-    {
-        std::string page, list, csv, text;
-    };
-    const std::vector<Case> cases = {
+    const std::vector<std::tuple<std::string, std::string, std::string, std::string>> cases = {
         { "Windows-1252",
           "CAF\xC9.ZIP         1234 05-17-96 Caf\xE9, \"au\" lait\r\n" + blank + "second line\r\n" + blank
               + "\r\nMYGAME~1.ZIP        4 05-17-96 \r\n",
@@ -192,36 +166,33 @@ TEST_F(AreaCommandsTest, ExportWritesTheListAsJsonCsvAndTextThroughTheCodePage)
     };
     const fs::path output = board.root() / "out" / "export";
     fs::create_directories(output.parent_path());
-    for (const Case& c : cases) {
-        std::ofstream(board.root() / "Vandor.ini") << "[Kelvane Startup]\nCodePage=" << c.page << "\n";
-        TestBoard::writeFile(files / "FILES.LST", c.list);
+    for (const auto& [page, list, csv, text] : cases) {
+        std::ofstream(board.root() / "Vandor.ini") << "[Kelvane Startup]\nCodePage=" << page << "\n";
+        TestBoard::writeFile(files / "FILES.LST", list);
         const auto exported = [&](const std::string& format, const std::string& to) {
-            const auto result
-                = kelvane({ "export", "Games & More", "--format", format, "--output", to });
+            const auto result = kelvane({ "export", "Games & More", "--format", format, "--output", to });
             EXPECT_EQ(result.status, 0) << result.err;
             return to == "-" ? result.out : TestBoard::readFile(to);
         };
         const std::string json = kelvane({ "show", "1", "--json" }).out;
         const std::vector<std::pair<std::string, std::string>> formats
-            = { { "json", json }, { "csv", "name,size,date,description\r\n" + c.csv }, { "text", c.text } };
+            = { { "json", json }, { "csv", "name,size,date,description\r\n" + csv }, { "text", text } };
         for (const auto& [format, expected] : formats) {
-            EXPECT_EQ(exported(format, "-"), expected) << c.page << ' ' << format;
-            EXPECT_EQ(exported(format, output.string()), expected) << c.page << ' ' << format;
+            EXPECT_EQ(exported(format, "-"), expected) << page << ' ' << format;
+            EXPECT_EQ(exported(format, output.string()), expected) << page << ' ' << format;
             EXPECT_EQ(kelvane({ "export", "1", "--format", format }).out, expected);
             EXPECT_EQ(std::distance(fs::directory_iterator(output.parent_path()), {}), 1) << "a temporary was left";
         }
-        EXPECT_EQ(TestBoard::readFile(files / "FILES.LST"), c.list);
+        EXPECT_EQ(TestBoard::readFile(files / "FILES.LST"), list);
     }
 
     fs::remove(output);
-    const auto unknown
-        = kelvane({ "export", "Nothing", "--format", "csv", "--output", output.string() });
+    const auto unknown = kelvane({ "export", "Nothing", "--format", "csv", "--output", output.string() });
     EXPECT_EQ(unknown.status, 1);
     EXPECT_EQ(unknown.err, "kelvane: there is no area \"Nothing\" on this board (it has 1)\n");
     EXPECT_FALSE(fs::exists(output));
     fs::remove(files / "FILES.LST"); // a missing list exports empty and is not created
-    EXPECT_EQ(kelvane({ "export", "1", "--format", "csv" }).out,
-              "name,size,date,description\r\n");
+    EXPECT_EQ(kelvane({ "export", "1", "--format", "csv" }).out, "name,size,date,description\r\n");
     EXPECT_FALSE(fs::exists(files / "FILES.LST"));
 }
 

@@ -1,8 +1,5 @@
 #include "cli/CliRunner.h"
 
-#include <QJsonArray>
-#include <QJsonDocument>
-
 namespace Kelvane::Testing {
 namespace {
 
@@ -40,7 +37,7 @@ protected:
     std::vector<fs::path> dirs;
 };
 
-TEST_F(AreaSetCommandsTest, AnUnattendedDryRunScanOverTheBoardChangesNothing)
+TEST_F(AreaSetCommandsTest, ADryRunScanOverTheBoardChangesNothingAndMakeIndexIsAskedOnceForEveryArea)
 {
     const auto before = snapshot(board.root() / "areas");
     const auto result = kelvane({ "scan", "--all", "--exclude", "*.txt", "--dry-run" });
@@ -52,10 +49,8 @@ TEST_F(AreaSetCommandsTest, AnUnattendedDryRunScanOverTheBoardChangesNothing)
               "kelvane: area 3 (Gone): its file directory " + (board.root() / "areas" / "Gone").string()
                   + " cannot be found; skipped\n");
     EXPECT_EQ(snapshot(board.root() / "areas"), before);
-}
 
-TEST_F(AreaSetCommandsTest, TheMakeIndexQuestionIsAskedOnceForEveryQueuedArea)
-{
+    // A real scan asks the Make Index question once for every queued area.
     const auto unanswered = kelvane({ "scan", "1-2", "--exclude", "*.TXT", "--exclude", "NONE*" });
     EXPECT_EQ(unanswered.status, 0) << unanswered.err;
     EXPECT_EQ(count(unanswered.err, "Run Make Index"), 1u) << unanswered.err;

@@ -2,12 +2,6 @@
 
 #include "board/FileDates.h"
 
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-
-#include <fstream>
-
 namespace Kelvane::Testing {
 namespace {
 
@@ -48,14 +42,9 @@ protected:
 
 TEST_F(BoardListCommandsTest, ListsInEachFormatWithTheBadAreasSkipped)
 {
-    struct Case
-    {
-        std::vector<std::string> arguments;
-        std::vector<std::string> present;
-        std::vector<std::string> absent;
-    };
     const std::string doomLine = "DOOM2.ZIP     1234567 " + fresh + " Doom II \xB3 Hell on Earth";
-    const std::vector<Case> cases = {
+    using Strings = std::vector<std::string>;
+    const std::vector<std::tuple<Strings, Strings, Strings>> cases = {
         { { "allfiles", "--format", "text", "--title", "Night Owl BBS" },
           { "Night Owl BBS\r\nAll files, listed " + listDate(QDate::currentDate()), "Area 1: Utilities\r\n", doomLine,
             "\r\n                               by id Software", "  3 files, 1,234,579 bytes\r\n",
@@ -79,19 +68,19 @@ TEST_F(BoardListCommandsTest, ListsInEachFormatWithTheBadAreasSkipped)
         { { "find", "doom*", "--in", "names" }, { "DOOM2.ZIP", "1 file found in 1 area" }, { "KEEN1" } },
         { { "find", "price\xE2\x82\xAC.*", "--in", "names" }, { "PRICE\xE2\x82\xAC.TXT" }, {} },
     };
-    for (const Case& c : cases) {
+    for (const auto& [arguments, present, absent] : cases) {
         std::string label;
-        for (const std::string& argument : c.arguments)
+        for (const std::string& argument : arguments)
             label += argument + ' ';
-        const CliResult result = all(c.arguments);
+        const CliResult result = all(arguments);
         EXPECT_EQ(result.status, 1) << label << ": the bad areas fail the run";
-        for (const std::string& piece : c.present)
+        for (const std::string& piece : present)
             EXPECT_NE(result.out.find(piece), std::string::npos) << label << " lacks " << piece << "\n" << result.out;
-        for (const std::string& piece : c.absent)
+        for (const std::string& piece : absent)
             EXPECT_EQ(result.out.find(piece), std::string::npos) << label << " holds " << piece;
         EXPECT_NE(result.err.find("kelvane: area 2: its record in Farea.dat is damaged"), std::string::npos) << label;
         EXPECT_NE(result.err.find("kelvane: area 4 (Unreadable): its Files List "), std::string::npos) << label;
-        const bool cp437 = c.arguments.size() > 4 && c.arguments[4] == "cp437";
+        const bool cp437 = arguments.size() > 4 && arguments[4] == "cp437";
         EXPECT_EQ(result.err.find("the name \"PRICE\xE2\x82\xAC.TXT\" cannot be shown in CP437") != std::string::npos,
                   cp437)
             << label << ": " << result.err;

@@ -5,10 +5,11 @@
 #include "platform/CodePage.h"
 #include "support/TestBoard.h"
 
-#include <map>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
 #include <sstream>
-#include <string>
-#include <vector>
 
 namespace Kelvane::Testing {
 
