@@ -8,8 +8,6 @@
 #include <QtTest>
 #include <QtWidgets>
 
-#include <memory>
-
 namespace Kelvane::Testing {
 
 /// A frame for the forms to talk to: it keeps a session on a test board and a settings store

@@ -10,9 +10,6 @@
 
 #include <QtTest>
 #include <QtWidgets>
-#include <memory>
-#include <string>
-#include <vector>
 
 namespace Kelvane::Testing {
 
@@ -90,6 +87,15 @@ protected:
     }
 
     QAction* action(const QString& name) const { return find<QAction>(name); }
+
+    /// Types text over the description of the current entry, as a user would.
+    void typeDescription(const QString& text)
+    {
+        auto* box = find<QPlainTextEdit>(u"txtFileDescription"_s);
+        box->setFocus();
+        box->selectAll();
+        QTest::keyClicks(box, text);
+    }
 
     /// Clicks row of the editor's list as a user would.
     void clickRow(int row, Qt::KeyboardModifiers modifiers = {})

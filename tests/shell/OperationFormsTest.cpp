@@ -99,6 +99,7 @@ TEST_F(OperationFormsTest, CancelMoveStopsBeforeTheNextEntry)
     EXPECT_TRUE(fs::exists(fs::path(target.path) / "A1"));
     EXPECT_TRUE(fs::exists(files / "A2"));
     EXPECT_EQ(table.size(), 2u);
+    EXPECT_EQ(table.selectedIndices(), (std::vector<std::size_t> { 0, 1 })) << "the rest stays selected";
     EXPECT_EQ(QApplication::overrideCursor(), nullptr);
 }
 
