@@ -2,43 +2,27 @@
 #include "accessories/AviFiles.h"
 #include "accessories/HelpWindow.h"
 #include "platform/FileNames.h"
+#include "support/TestBoard.h"
 
-#include <QApplication>
-#include <QClipboard>
-#include <QElapsedTimer>
-#include <QLabel>
-#include <QLineEdit>
-#include <QListWidget>
-#include <QPlainTextEdit>
-#include <QPushButton>
-#include <QTemporaryDir>
-#include <QTest>
-#include <QTextBrowser>
-#include <functional>
-#include <gtest/gtest.h>
-#include <memory>
+#include <QtTest>
+#include <QtWidgets>
 
-using namespace Qt::StringLiterals;
-using namespace Kelvane;
+namespace Kelvane::Testing {
+namespace {
 
-TEST(Accessories, BoxesShowWhoTheyAreAndCloseWithOkOrEscape)
+TEST(Accessories, BoxesShowWhoTheyAreCloseWithOkOrEscapeAndSupportInfoNamesTheFacts)
 {
-    const struct
-    {
-        std::function<QDialog*()> make;
-        QString name;
-        QString caption;
-    } cases[] = {
+    const std::tuple<std::function<QDialog*()>, QString, QString> cases[] = {
         { [] { return new AboutBox; }, u"frmAbout"_s, u"About Kelvane"_s },
         { [] { return new TechSupportBox; }, u"frmTechSupport"_s, u"Technical Support Info"_s },
     };
-    for (const auto& each : cases) {
+    for (const auto& [make, name, caption] : cases) {
         for (const bool escape : { false, true }) {
-            SCOPED_TRACE(each.name.toStdString() + (escape ? " Escape" : " OK"));
-            const std::unique_ptr<QDialog> box(each.make());
+            SCOPED_TRACE(name.toStdString() + (escape ? " Escape" : " OK"));
+            const std::unique_ptr<QDialog> box(make());
             box->show();
-            EXPECT_EQ(box->objectName(), each.name);
-            EXPECT_EQ(box->windowTitle(), each.caption);
+            EXPECT_EQ(box->objectName(), name);
+            EXPECT_EQ(box->windowTitle(), caption);
             auto* ok = box->findChild<QPushButton*>(u"cmdOK"_s);
             ASSERT_NE(ok, nullptr);
             if (escape)
@@ -55,10 +39,8 @@ TEST(Accessories, BoxesShowWhoTheyAreAndCloseWithOkOrEscape)
         texts << label->text();
     EXPECT_TRUE(texts.join(u'\n').contains(u"Kelvane"_s));
     EXPECT_TRUE(texts.join(u'\n').contains(u"2.0.0"_s));
-}
 
-TEST(Accessories, SupportInfoNamesTheFactsAndCopiesThem)
-{
+    // The support information names the facts and copies them.
     QTemporaryDir home;
     qputenv("KELVANE_HOME", home.path().toLocal8Bit());
     TechSupportBox box;
@@ -114,7 +96,6 @@ TEST(Accessories, NoDisplayNameIsSetForThePlatformToAppendToTitles)
 
 TEST(Accessories, TheProgramDirectoryIsFilledOnTheFirstStartOnly)
 {
-    namespace fs = std::filesystem;
     QTemporaryDir temporary;
     const fs::path home = pathFromUnicode(temporary.path()) / "Kelvane";
     const auto present = [&] {
@@ -141,8 +122,6 @@ TEST(Accessories, TheProgramDirectoryIsFilledOnTheFirstStartOnly)
     EXPECT_EQ(present(), u"FINDFILE.AVI filemove.avi"_s);
 }
 
-namespace {
-
 const QString BuiltInHelp = u":/help/kelvane_help.html"_s;
 
 QStringList visibleTitles(const QListWidget& list)
@@ -155,35 +134,28 @@ QStringList visibleTitles(const QListWidget& list)
     return titles;
 }
 
-} // namespace
-
-TEST(HelpWindow, TopicsAreFoundByTitleAnchorContextNumberOrTheList)
+TEST(HelpWindow, TopicsAreFoundByTitleAnchorContextNumberTheListOrASearchForEveryWord)
 {
-    const struct
-    {
-        QString name;
-        int context;
-        QString topic;
-    } cases[] = {
+    const std::tuple<QString, int, QString> cases[] = {
         { u"Sorting"_s, 0, u"Sorting"_s },
         { u"  sorting "_s, 0, u"Sorting"_s },
         { u"SELECTINGFILES"_s, 0, u"SelectingFiles"_s },
         { u"selecting files"_s, 0, u"SelectingFiles"_s },
         { u"No such topic"_s, 0, u"Contents"_s },
-        { {}, 13, u"SelectingFiles"_s },
-        { {}, 9, u"Sorting"_s },
-        { {}, 999, u"Contents"_s },
+        { QString(), 13, u"SelectingFiles"_s },
+        { QString(), 9, u"Sorting"_s },
+        { QString(), 999, u"Contents"_s },
     };
     HelpWindow window;
     ASSERT_TRUE(window.open(BuiltInHelp));
-    for (const auto& each : cases) {
-        SCOPED_TRACE((each.name + u'/' + QString::number(each.context)).toStdString());
+    for (const auto& [name, context, topic] : cases) {
+        SCOPED_TRACE((name + u'/' + QString::number(context)).toStdString());
         window.showTopic(u"Welcome"_s);
-        if (each.context == 0)
-            window.showTopic(each.name);
+        if (context == 0)
+            window.showTopic(name);
         else
-            window.showContext(each.context);
-        EXPECT_EQ(window.currentTopic(), each.topic);
+            window.showContext(context);
+        EXPECT_EQ(window.currentTopic(), topic);
         EXPECT_TRUE(window.isVisible());
     }
 
@@ -204,25 +176,22 @@ TEST(HelpWindow, TopicsAreFoundByTitleAnchorContextNumberOrTheList)
     ASSERT_EQ(found.size(), 1);
     QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, list->visualItemRect(found.front()).center());
     EXPECT_EQ(window.currentTopic(), u"MoveFiles"_s);
-}
+    QTest::keyClick(&window, Qt::Key_Escape);
+    EXPECT_FALSE(window.isVisible());
 
-TEST(HelpWindow, SearchKeepsTheTopicsHoldingEveryWord)
-{
-    HelpWindow window;
-    ASSERT_TRUE(window.open(BuiltInHelp));
+    // The search keeps the topics that hold every word.
     window.showSearch();
     auto* search = window.findChild<QLineEdit*>();
-    auto* list = window.findChild<QListWidget*>();
     const int all = list->count();
     ASSERT_GT(all, 10);
 
     QTest::keyClicks(search, u"Archive DESCRIPTION"_s);
-    const QStringList found = visibleTitles(*list);
-    EXPECT_GT(found.size(), 0);
-    EXPECT_LT(found.size(), all);
-    EXPECT_TRUE(found.contains(u"Read DIZ (archive descriptions)"_s));
-    EXPECT_TRUE(found.contains(u"File Scan (new files)"_s));
-    EXPECT_FALSE(found.contains(u"Sorting"_s));
+    const QStringList kept = visibleTitles(*list);
+    EXPECT_GT(kept.size(), 0);
+    EXPECT_LT(kept.size(), all);
+    EXPECT_TRUE(kept.contains(u"Read DIZ (archive descriptions)"_s));
+    EXPECT_TRUE(kept.contains(u"File Scan (new files)"_s));
+    EXPECT_FALSE(kept.contains(u"Sorting"_s));
     // The topic on show moves to one that holds the words.
     EXPECT_TRUE(window.currentTopic() == u"ReadDiz"_s || window.currentTopic() == u"FileScan"_s);
 
@@ -233,13 +202,5 @@ TEST(HelpWindow, SearchKeepsTheTopicsHoldingEveryWord)
     EXPECT_EQ(visibleTitles(*list).size(), all);
 }
 
-TEST(HelpWindow, TheProgramHasOneTopLevelHelpWindow)
-{
-    HelpWindow& window = HelpWindow::instance();
-    EXPECT_EQ(&window, &HelpWindow::instance());
-    EXPECT_EQ(window.objectName(), u"frmHelp"_s);
-    EXPECT_TRUE(window.isWindow());
-    window.showTopic(u"Sorting"_s);
-    QTest::keyClick(&window, Qt::Key_Escape);
-    EXPECT_FALSE(window.isVisible());
-}
+} // namespace
+} // namespace Kelvane::Testing

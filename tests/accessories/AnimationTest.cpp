@@ -1,21 +1,13 @@
 #include "accessories/AnimationControl.h"
 #include "accessories/AviFiles.h"
 #include "platform/FileNames.h"
+#include "support/TestBoard.h"
 
-#include <QCoreApplication>
-#include <QFile>
-#include <QSaveFile>
-#include <QScopeGuard>
-#include <QTemporaryDir>
-#include <QTest>
-#include <QtEndian>
-#include <functional>
-#include <gtest/gtest.h>
+#include <QtTest>
+#include <QtWidgets>
 #include <random>
 
-using namespace Qt::StringLiterals;
-using namespace Kelvane;
-
+namespace Kelvane::Testing {
 namespace {
 
 constexpr Animation AllAnimations[] = { Animation::FindFile, Animation::Search, Animation::FileMove };
@@ -23,9 +15,7 @@ constexpr Animation AllAnimations[] = { Animation::FindFile, Animation::Search, 
 QString writeFile(const QTemporaryDir& directory, const QByteArray& bytes)
 {
     const QString path = directory.filePath(u"test.avi"_s);
-    QFile file(path);
-    EXPECT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    file.write(bytes);
+    TestBoard::writeFile(pathFromUnicode(path), bytes.toStdString());
     return path;
 }
 
@@ -35,9 +25,7 @@ void putU32(QByteArray& bytes, qsizetype at, quint32 value)
         bytes[at + shift / 8] = static_cast<char>(value >> shift);
 }
 
-} // namespace
-
-TEST(Animation, EveryAnimationPlaysBackAsDrawn)
+TEST(Animation, EveryAnimationPlaysBackAsDrawnAndDamagedFilesOpenNothingOrAWholeOne)
 {
     QTemporaryDir directory;
     for (Animation animation : AllAnimations) {
@@ -63,35 +51,94 @@ TEST(Animation, EveryAnimationPlaysBackAsDrawn)
         EXPECT_FALSE(control.isPlaying());
         EXPECT_EQ(control.currentFrame(), 0);
     }
+
+    // Damaged files never crash: they open nothing or a whole animation.
+    enum Outcome { Refused, Plays, Either };
+    const QByteArray good = animationBytes(Animation::FindFile);
+    const qsizetype mainHeader = good.indexOf("avih");
+    const qsizetype format = good.indexOf("strf");
+    const qsizetype firstFrame = good.indexOf("00dc");
+    const std::vector<std::tuple<const char*, Outcome, std::function<void(QByteArray&)>>> cases {
+        { "missing file", Refused, [](QByteArray&) {} },
+        { "empty", Refused, [](QByteArray& b) { b.clear(); } },
+        { "header only", Refused, [](QByteArray& b) { b.truncate(11); } },
+        { "cut in the headers", Refused, [&](QByteArray& b) { b.truncate(format + 20); } },
+        { "cut in the frames", Plays, [](QByteArray& b) { b.truncate(b.size() / 2); } },
+        { "cut at the end", Either, [](QByteArray& b) { b.chop(3); } },
+        { "not RIFF", Refused, [](QByteArray& b) { b.replace(0, 4, "RIFX"); } },
+        { "not AVI", Refused, [](QByteArray& b) { b.replace(8, 4, "WAVE"); } },
+        { "huge RIFF size", Plays, [](QByteArray& b) { putU32(b, 4, 0xffffffff); } },
+        { "huge main header", Either, [&](QByteArray& b) { putU32(b, mainHeader + 4, 0xfffffff0); } },
+        { "huge format", Either, [&](QByteArray& b) { putU32(b, format + 4, 0x7ffffff0); } },
+        { "huge frame chunk", Refused, [&](QByteArray& b) { putU32(b, firstFrame + 4, 0xfffffff0); } },
+        { "huge width", Refused, [&](QByteArray& b) { putU32(b, format + 12, 0x7fffffff); } },
+        { "most negative height", Refused, [&](QByteArray& b) { putU32(b, format + 16, 0x80000000); } },
+        { "huge palette", Either, [&](QByteArray& b) { putU32(b, format + 8 + 32, 0xffffffff); } },
+        { "unknown compression", Refused, [&](QByteArray& b) { putU32(b, format + 8 + 16, 7); } },
+        { "zero frames", Refused, [](QByteArray& b) { b.replace("00dc", "01dc"); } },
+        { "runs past the frame", Either,
+          [&](QByteArray& b) {
+              // Long runs, a delta far off the picture and an absolute run longer than the chunk.
+              const QByteArray stream = QByteArray::fromHex("ff03ff04ff05000200ff0000ff01ff01ff01fe06");
+              const qsizetype size = qFromLittleEndian<quint32>(b.constData() + firstFrame + 4);
+              for (qsizetype i = 0; i < size; ++i)
+                  b[firstFrame + 8 + i] = stream[i % stream.size()];
+          } },
+        { "absolute run past the chunk", Either,
+          [&](QByteArray& b) { b.replace(firstFrame + 8, 2, QByteArray::fromHex("00fe")); } },
+    };
+
+    auto check = [&](const std::string& name, Outcome outcome, const QString& path) {
+        SCOPED_TRACE(name);
+        AnimationControl control;
+        const bool opened = control.open(path);
+        EXPECT_EQ(opened, control.isOpen());
+        if (outcome != Either) {
+            EXPECT_EQ(opened, outcome == Plays);
+        }
+        if (opened) {
+            EXPECT_GE(control.frameCount(), 1);
+            EXPECT_FALSE(control.pixmap().isNull());
+        } else {
+            EXPECT_EQ(control.frameCount(), 0);
+        }
+    };
+    for (const auto& [name, outcome, damage] : cases) {
+        QByteArray bytes = good;
+        damage(bytes);
+        const bool missing = std::string_view(name) == "missing file";
+        check(name, outcome, missing ? directory.filePath(u"none.avi"_s) : writeFile(directory, bytes));
+    }
+    // And bytes changed at random, over and over.
+    std::mt19937 random(20240601);
+    for (int round = 0; round < 300; ++round) {
+        QByteArray bytes = good;
+        for (int change = 0; change < 8; ++change)
+            bytes[static_cast<qsizetype>(random() % static_cast<quint32>(bytes.size()))] = static_cast<char>(random());
+        check("random " + std::to_string(round), Either, writeFile(directory, bytes));
+    }
 }
 
 TEST(Animation, WritesOnlyTheMissingFilesAndNeverThrows)
 {
     // The operator's folder and file, named in another case, count as the program's.
     QTemporaryDir directory;
-    const QString folder = directory.filePath(u"avi"_s);
-    ASSERT_TRUE(QDir().mkpath(folder));
-    QFile kept(folder + u"/Search.avi"_s);
-    ASSERT_TRUE(kept.open(QIODevice::WriteOnly));
-    kept.write("the operator's own");
-    kept.close();
+    const fs::path home = pathFromUnicode(directory.path());
+    TestBoard::writeFile(home / "avi" / "Search.avi", "the operator's own");
 
-    writeMissingAnimations(pathFromUnicode(directory.path()));
+    writeMissingAnimations(home);
 
-    EXPECT_EQ(QDir(folder).entryList(QDir::Files).size(), 3); // no temporary left behind
-    ASSERT_TRUE(kept.open(QIODevice::ReadOnly));
-    EXPECT_EQ(kept.readAll(), "the operator's own");
+    EXPECT_EQ(std::distance(fs::directory_iterator(home / "avi"), {}), 3); // no temporary left behind
+    EXPECT_EQ(TestBoard::readFile(home / "avi" / "Search.avi"), "the operator's own");
     for (Animation animation : { Animation::FindFile, Animation::FileMove }) {
         AnimationControl control;
-        EXPECT_TRUE(control.open(folder + u'/' + animationFileName(animation)));
+        EXPECT_TRUE(control.open(unicodeFromPath(home / "avi") + u'/' + animationFileName(animation)));
     }
 
     // A program directory below a plain file cannot be made.
-    QFile plain(directory.filePath(u"plain"_s));
-    ASSERT_TRUE(plain.open(QIODevice::WriteOnly));
-    plain.close();
-    EXPECT_NO_THROW(writeMissingAnimations(pathFromUnicode(plain.fileName()) / "below"));
-    EXPECT_NO_THROW(writeMissingAnimations(pathFromUnicode(plain.fileName())));
+    TestBoard::writeFile(home / "plain", "");
+    EXPECT_NO_THROW(writeMissingAnimations(home / "plain" / "below"));
+    EXPECT_NO_THROW(writeMissingAnimations(home / "plain"));
 }
 
 TEST(Animation, CopiesTheInstalledFilesAndDrawsTheRest)
@@ -130,77 +177,5 @@ TEST(Animation, CopiesTheInstalledFilesAndDrawsTheRest)
     EXPECT_EQ(written(Animation::FileMove), moving);
 }
 
-TEST(Animation, DamagedFilesNeverCrashAndOpenNothingOrAWholeAnimation)
-{
-    enum Outcome { Refused, Plays, Either };
-    const QByteArray good = animationBytes(Animation::FindFile);
-    const qsizetype mainHeader = good.indexOf("avih");
-    const qsizetype format = good.indexOf("strf");
-    const qsizetype firstFrame = good.indexOf("00dc");
-    struct Case
-    {
-        const char* name;
-        Outcome outcome;
-        std::function<void(QByteArray&)> damage;
-    };
-    const std::vector<Case> cases {
-        { "missing file", Refused, [](QByteArray&) {} },
-        { "empty", Refused, [](QByteArray& b) { b.clear(); } },
-        { "header only", Refused, [](QByteArray& b) { b.truncate(11); } },
-        { "cut in the headers", Refused, [&](QByteArray& b) { b.truncate(format + 20); } },
-        { "cut in the frames", Plays, [](QByteArray& b) { b.truncate(b.size() / 2); } },
-        { "cut at the end", Either, [](QByteArray& b) { b.chop(3); } },
-        { "not RIFF", Refused, [](QByteArray& b) { b.replace(0, 4, "RIFX"); } },
-        { "not AVI", Refused, [](QByteArray& b) { b.replace(8, 4, "WAVE"); } },
-        { "huge RIFF size", Plays, [](QByteArray& b) { putU32(b, 4, 0xffffffff); } },
-        { "huge main header", Either, [&](QByteArray& b) { putU32(b, mainHeader + 4, 0xfffffff0); } },
-        { "huge format", Either, [&](QByteArray& b) { putU32(b, format + 4, 0x7ffffff0); } },
-        { "huge frame chunk", Refused, [&](QByteArray& b) { putU32(b, firstFrame + 4, 0xfffffff0); } },
-        { "huge width", Refused, [&](QByteArray& b) { putU32(b, format + 12, 0x7fffffff); } },
-        { "most negative height", Refused, [&](QByteArray& b) { putU32(b, format + 16, 0x80000000); } },
-        { "huge palette", Either, [&](QByteArray& b) { putU32(b, format + 8 + 32, 0xffffffff); } },
-        { "unknown compression", Refused, [&](QByteArray& b) { putU32(b, format + 8 + 16, 7); } },
-        { "zero frames", Refused, [](QByteArray& b) { b.replace("00dc", "01dc"); } },
-        { "runs past the frame", Either,
-          [&](QByteArray& b) {
-              // Long runs, a delta far off the picture and an absolute run longer than the chunk.
-              const QByteArray stream = QByteArray::fromHex("ff03ff04ff05000200ff0000ff01ff01ff01fe06");
-              const qsizetype size = qFromLittleEndian<quint32>(b.constData() + firstFrame + 4);
-              for (qsizetype i = 0; i < size; ++i)
-                  b[firstFrame + 8 + i] = stream[i % stream.size()];
-          } },
-        { "absolute run past the chunk", Either,
-          [&](QByteArray& b) { b.replace(firstFrame + 8, 2, QByteArray::fromHex("00fe")); } },
-    };
-
-    QTemporaryDir directory;
-    auto check = [&](const std::string& name, Outcome outcome, const QString& path) {
-        SCOPED_TRACE(name);
-        AnimationControl control;
-        const bool opened = control.open(path);
-        EXPECT_EQ(opened, control.isOpen());
-        if (outcome != Either) {
-            EXPECT_EQ(opened, outcome == Plays);
-        }
-        if (opened) {
-            EXPECT_GE(control.frameCount(), 1);
-            EXPECT_FALSE(control.pixmap().isNull());
-        } else {
-            EXPECT_EQ(control.frameCount(), 0);
-        }
-    };
-    for (const Case& each : cases) {
-        QByteArray bytes = good;
-        each.damage(bytes);
-        const bool missing = std::string_view(each.name) == "missing file";
-        check(each.name, each.outcome, missing ? directory.filePath(u"none.avi"_s) : writeFile(directory, bytes));
-    }
-    // And bytes changed at random, over and over.
-    std::mt19937 random(20240601);
-    for (int round = 0; round < 300; ++round) {
-        QByteArray bytes = good;
-        for (int change = 0; change < 8; ++change)
-            bytes[static_cast<qsizetype>(random() % static_cast<quint32>(bytes.size()))] = static_cast<char>(random());
-        check("random " + std::to_string(round), Either, writeFile(directory, bytes));
-    }
-}
+} // namespace
+} // namespace Kelvane::Testing

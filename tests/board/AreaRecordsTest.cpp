@@ -3,14 +3,8 @@
 #include "board/RunTimeError.h"
 #include "support/TestBoard.h"
 
-#include <gtest/gtest.h>
-
-using namespace Qt::StringLiterals;
-
 namespace Kelvane::Testing {
 namespace {
-
-namespace fs = std::filesystem;
 
 // A field as it lies in the record: its length byte, its text, zeros to its capacity.
 std::string field(const std::string& text, std::size_t capacity)
@@ -20,16 +14,10 @@ std::string field(const std::string& text, std::size_t capacity)
 
 TEST(AreaRecordFormat, LaysARecordOutByteForByte)
 {
-    AreaRecord record;
-    record.title = "Utilities";
-    record.path = "/srv/bbs/utils";
-    record.alt[0] = "/srv/bbs/utils2";
-    record.alt[9] = "/srv/bbs/utils11";
-    record.filesList = "/srv/bbs/utils/FILES.LST";
-    record.index = "/srv/bbs/index/UTILS.IDX";
-    record.cdrom = "Yes";
-    record.master = "";
-    record.disc = -2;
+    const AreaRecord record { .title = "Utilities", .path = "/srv/bbs/utils",
+                              .alt = { "/srv/bbs/utils2", "", "", "", "", "", "", "", "", "/srv/bbs/utils11" },
+                              .filesList = "/srv/bbs/utils/FILES.LST", .index = "/srv/bbs/index/UTILS.IDX",
+                              .cdrom = "Yes", .master = "", .disc = -2 };
 
     std::string expected = field("Utilities", 60) + field("/srv/bbs/utils", 127) + field("/srv/bbs/utils2", 127);
     for (int i = 2; i <= 9; ++i)

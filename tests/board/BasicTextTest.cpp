@@ -16,7 +16,7 @@ TEST(BasicText, ValReadsTheNumberAtTheStart)
         EXPECT_DOUBLE_EQ(Val(text), expected) << '"' << text << '"';
 }
 
-TEST(BasicText, StrPutsABlankBeforeNonNegativeNumbers)
+TEST(BasicText, StrPutsABlankBeforeNonNegativeNumbersAndTrimmingRemovesSpacesOnly)
 {
     EXPECT_EQ(Str(12345), " 12345");
     EXPECT_EQ(Str(0), " 0");
@@ -24,10 +24,6 @@ TEST(BasicText, StrPutsABlankBeforeNonNegativeNumbers)
     EXPECT_EQ(Str(0.5), " .5");
     EXPECT_EQ(plainNumber(-0.25), "-.25");
     EXPECT_EQ(plainNumber(1e15), "1E+15");
-}
-
-TEST(BasicText, TrimmingRemovesSpacesOnly)
-{
     EXPECT_EQ(rtrimSpaces("a \t  "), "a \t");
     EXPECT_EQ(trimSpaces("  a b  "), "a b");
     EXPECT_EQ(trimSpaces("   "), "");

@@ -4,14 +4,8 @@
 #include "support/ScriptedPort.h"
 #include "support/TestBoard.h"
 
-#include <gtest/gtest.h>
-
-using namespace Qt::StringLiterals;
-
 namespace Kelvane::Testing {
 namespace {
-
-namespace fs = std::filesystem;
 
 class CurrentAreaTest : public ::testing::Test
 {
@@ -54,45 +48,38 @@ TEST_F(CurrentAreaTest, ReadsTheRecordWithOnlyNoMeaningNo)
     EXPECT_TRUE(fs::is_directory(board.root() / "one" / "two" / "three"));
 }
 
-TEST_F(CurrentAreaTest, TracksForTheIndexOnlyAreasOutsideTheMasterIndex)
+TEST_F(CurrentAreaTest, TracksForTheIndexOnlyAreasOutsideTheMasterIndexAndListsEachAreaOnce)
 {
-    struct Case
-    {
-        const char* what;
-        std::string index;
-        std::string master;
-        bool tracked;
-    };
     const std::string makeable = (board.root() / "index" / "deep" / "AREA.IDX").string();
     TestBoard::writeFile(board.root() / "blocker", "a file where a directory should be");
-    const std::vector<Case> cases = {
+    const std::vector<std::tuple<const char*, std::string, std::string, bool>> cases = {
         { "no index path", "", "No", false },
         { "in the master index", makeable, "Yes", false },
         { "its own index", makeable, "No", true },
         { "an index directory that cannot be made", (board.root() / "blocker" / "sub" / "AREA.IDX").string(), "No",
           false },
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.what);
+    for (const auto& [what, index, master, tracked] : cases) {
+        SCOPED_TRACE(what);
         AreaRecord record = board.simpleRecord("tracked");
-        record.index = c.index;
-        record.master = c.master;
+        record.index = index;
+        record.master = master;
         ASSERT_TRUE(load(record));
-        EXPECT_EQ(session->area.TrackForIndex, c.tracked);
+        EXPECT_EQ(session->area.TrackForIndex, tracked);
     }
     EXPECT_TRUE(fs::is_directory(board.root() / "index" / "deep"));
+
+    // The Make Index list holds each area once.
+    session = board.session(port);
+    for (int number : { 3, 0, 5, 3, 5, 1 })
+        AddToMakeIndexList(*session, number);
+    EXPECT_EQ(session->makeIndexList, (std::vector<int> { 3, 5, 1 }));
 }
 
-TEST_F(CurrentAreaTest, StopsWithTheFirstFailingChecksAlert)
+TEST_F(CurrentAreaTest, StopsWithTheFirstFailingChecksAlertAndReportsADamagedBoard)
 {
-    struct Case
-    {
-        const char* what;
-        std::function<void(AreaRecord&)> change;
-        const char* alert; // nullptr: false without an alert
-    };
     TestBoard::writeFile(board.root() / "blocker", "x");
-    const std::vector<Case> cases = {
+    const std::vector<std::tuple<const char*, std::function<void(AreaRecord&)>, const char*>> cases = {
         { "no file path", [](AreaRecord& r) { r.path.clear(); }, "CanNotFindFileAreaPath" },
         { "a missing file directory, even with a missing list directory",
           [&](AreaRecord& r) {
@@ -111,15 +98,22 @@ TEST_F(CurrentAreaTest, StopsWithTheFirstFailingChecksAlert)
         { "a Files List path without a directory", [](AreaRecord& r) { r.filesList = "FILES.LST"; },
           "CanNotFindFileListPath" },
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.what);
+    for (const auto& [what, change, alert] : cases) { // no alert: false all the same
+        SCOPED_TRACE(what);
         AreaRecord record = board.simpleRecord("failing");
-        c.change(record);
-        if (c.alert)
-            port.expectAlert(c.alert, Answer::Ok, { QString::fromStdString(board.mainNode().string()), {} });
+        change(record);
+        if (alert)
+            port.expectAlert(alert, Answer::Ok, { QString::fromStdString(board.mainNode().string()), {} });
         EXPECT_FALSE(load(record));
         EXPECT_TRUE(port.done());
     }
+
+    // A damaged board is reported as an error.
+    session = board.session(port);
+    TestBoard::writeFile(board.mainNode() / "Mwork" / "Farea.dat", "short");
+    session->area.AreaNumber = 1;
+    port.expectError("Farea_Dat_Initialize");
+    EXPECT_FALSE(Farea_Dat_Initialize(*session));
 }
 
 TEST_F(CurrentAreaTest, AsksForTheOfflineCdUntilItIsThereOrCancelled)
@@ -150,25 +144,6 @@ TEST_F(CurrentAreaTest, AsksForTheOfflineCdUntilItIsThereOrCancelled)
     EXPECT_EQ(
         offlinePromptText(u"CD Area"_s, u"E:\\"_s),
         u"Please insert Offline CD Disc #0\rfor File Area: CD Area\rin CD-ROM Drive E:\\\r\rClick Ok when ready"_s);
-}
-
-TEST_F(CurrentAreaTest, ADamagedBoardIsReportedByTheLoader)
-{
-    session = board.session(port);
-    TestBoard::writeFile(board.mainNode() / "Mwork" / "Farea.dat", "short");
-    session->area.AreaNumber = 1;
-    port.expectError("Farea_Dat_Initialize");
-    EXPECT_FALSE(Farea_Dat_Initialize(*session));
-}
-
-TEST(MakeIndexList, HoldsEachAreaOnce)
-{
-    TestBoard board;
-    ScriptedPort port;
-    auto session = board.session(port);
-    for (int number : { 3, 0, 5, 3, 5, 1 })
-        AddToMakeIndexList(*session, number);
-    EXPECT_EQ(session->makeIndexList, (std::vector<int> { 3, 5, 1 }));
 }
 
 } // namespace

@@ -6,18 +6,10 @@
 #include "platform/CodePage.h"
 #include "support/TestBoard.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <chrono>
-#include <tuple>
 
 namespace Kelvane::Testing {
 namespace {
-
-using ::testing::HasSubstr;
-
-namespace fs = std::filesystem;
 
 class DemoBoardTest : public ::testing::Test
 {
@@ -33,14 +25,7 @@ protected:
 TEST_F(DemoBoardTest, AreasCarryTheirFlagsAndTheirDirectoriesExist)
 {
     EXPECT_EQ(mainNode, demo / "board");
-    struct Expected
-    {
-        std::string title, cdrom, offline;
-        bool indexed;
-        int additional;
-        bool listed;
-    };
-    const std::vector<Expected> expected {
+    const std::vector<std::tuple<std::string, std::string, std::string, bool, int, bool>> expected {
         { "General Utilities", "No", "No", false, 0, true },
         { "Games (three directories)", "No", "No", false, 2, true },
         { "Shareware CD-ROM", "Yes", "No", false, 0, true },
@@ -52,22 +37,23 @@ TEST_F(DemoBoardTest, AreasCarryTheirFlagsAndTheirDirectoriesExist)
     ASSERT_EQ(records.size(), expected.size());
     for (std::size_t i = 0; i < records.size(); ++i) {
         const AreaRecord& record = records[i];
+        const auto& [title, cdrom, offline, indexed, additional, listed] = expected[i];
         SCOPED_TRACE(record.title);
-        EXPECT_EQ(std::make_tuple(record.title, record.cdrom, record.offline, record.master),
-                  std::make_tuple(expected[i].title, expected[i].cdrom, expected[i].offline, std::string("No")));
-        EXPECT_EQ(record.index.empty(), !expected[i].indexed);
+        EXPECT_EQ(std::tie(record.title, record.cdrom, record.offline, record.master),
+                  std::make_tuple(title, cdrom, offline, std::string("No")));
+        EXPECT_EQ(record.index.empty(), !indexed);
         EXPECT_TRUE(fs::is_directory(record.path));
-        EXPECT_EQ(fs::exists(record.filesList), expected[i].listed);
-        int additional = 0;
+        EXPECT_EQ(fs::exists(record.filesList), listed);
+        int count = 0;
         for (const std::string& alt : record.alt) {
             EXPECT_TRUE(alt.empty() || fs::is_directory(alt)) << alt;
-            additional += alt.empty() ? 0 : 1;
+            count += alt.empty() ? 0 : 1;
         }
-        EXPECT_EQ(additional, expected[i].additional);
+        EXPECT_EQ(count, additional);
     }
 }
 
-TEST_F(DemoBoardTest, PlainAreaListsGoneFilesAndHoldsUnlistedOnes)
+TEST_F(DemoBoardTest, PlainAreaListsGoneFilesAndHoldsUnlistedOnesAndBuildingAgainStartsAfresh)
 {
     const EntryList entries = FilesListFormat::parse(TestBoard::readFile(utils / "FILES.LST"), {}).entries;
     EXPECT_EQ(namesOf(entries),
@@ -80,6 +66,13 @@ TEST_F(DemoBoardTest, PlainAreaListsGoneFilesAndHoldsUnlistedOnes)
     EXPECT_LT(fs::last_write_time(utils / "NEWTOOL.ZIP"), fs::file_time_type::clock::now() - std::chrono::days(399));
     EXPECT_EQ(fs::status(utils / "READONLY.TXT").permissions() & fs::perms::all,
               fs::perms::owner_read | fs::perms::group_read | fs::perms::others_read);
+
+    // Building again starts the board afresh.
+    fs::remove(utils / "ARCHIVER.ZIP");
+    EXPECT_EQ(DemoBoard::build(demo, CodePage::windows1252()), mainNode);
+    EXPECT_EQ(BoardTool::read(mainNode).size(), 6U);
+    EXPECT_TRUE(fs::exists(utils / "ARCHIVER.ZIP"));
+    EXPECT_EQ(fs::status(utils / "READONLY.TXT").permissions() & fs::perms::owner_write, fs::perms::none);
 }
 
 // The descriptions inside the archives are DOS text: CR LF only, one of more than twenty
@@ -112,15 +105,6 @@ TEST_F(DemoBoardTest, ArchivesCarryDosDescriptions)
             EXPECT_GT(text.find("\r\n"), 45U);
         }
     }
-}
-
-TEST_F(DemoBoardTest, BuildingAgainStartsTheBoardAfresh)
-{
-    fs::remove(utils / "ARCHIVER.ZIP");
-    EXPECT_EQ(DemoBoard::build(demo, CodePage::windows1252()), mainNode);
-    EXPECT_EQ(BoardTool::read(mainNode).size(), 6U);
-    EXPECT_TRUE(fs::exists(utils / "ARCHIVER.ZIP"));
-    EXPECT_EQ(fs::status(utils / "READONLY.TXT").permissions() & fs::perms::owner_write, fs::perms::none);
 }
 
 } // namespace

@@ -4,18 +4,12 @@
 #include "support/ScriptedPort.h"
 #include "support/TestBoard.h"
 
-#include <gtest/gtest.h>
-
-using namespace Qt::StringLiterals;
-
 namespace Kelvane::Testing {
 namespace {
 
-namespace fs = std::filesystem;
-
 std::vector<fs::path> created;
 
-TEST(FileSystem, MakePathCreatesEachMissingLevelInOrder)
+TEST(FileSystem, PathsAreMadeLevelByLevelCheckedWithoutEnteringAndFilesMadeWritable)
 {
     TestBoard board;
     const fs::path deep = board.root() / "one" / "two" / "three";
@@ -31,12 +25,8 @@ TEST(FileSystem, MakePathCreatesEachMissingLevelInOrder)
     TestBoard::writeFile(board.root() / "file", "x");
     EXPECT_FALSE(MakePath(board.root() / "file" / "below"));
     EXPECT_FALSE(MakePath(""));
-}
 
-TEST(FileSystem, IsValidPathAcceptsOnlyDirectoriesThatCanBeEntered)
-{
-    TestBoard board;
-    TestBoard::writeFile(board.root() / "file", "x");
+    // Only directories that can be entered are valid, and checking one does not enter it.
     const fs::path before = fs::current_path();
     EXPECT_TRUE(IsValidPath(board.root()));
     EXPECT_FALSE(IsValidPath(board.root() / "file"));
@@ -44,11 +34,8 @@ TEST(FileSystem, IsValidPathAcceptsOnlyDirectoriesThatCanBeEntered)
     EXPECT_FALSE(IsValidPath(""));
     EXPECT_FALSE(IsValidPath(std::string("/tmp\0x", 6)));
     EXPECT_EQ(fs::current_path(), before);
-}
 
-TEST(FileSystem, ClearAttributesMakesAFileWritable)
-{
-    TestBoard board;
+    // Clearing the attributes makes a file writable.
     const fs::path file = board.root() / "read-only";
     TestBoard::writeFile(file, "x");
     fs::permissions(file, fs::perms::owner_read);
@@ -64,7 +51,7 @@ TEST(FileSystem, BrowseForFolderCutsAtNul)
     EXPECT_EQ(BrowseForFolder(port, u"Choose"_s), u"/srv/bbs"_s);
 }
 
-TEST(FileLookup, FindsNamesWhateverTheirCaseAndNothingOutsideTheDirectory)
+TEST(FileLookup, FindsNamesWhateverTheirCaseAndNothingOutsideTheDirectoryAndGivesShortPaths)
 {
     TestBoard board;
     const fs::path area = board.root() / "area";
@@ -99,26 +86,14 @@ TEST(FileLookup, FindsNamesWhateverTheirCaseAndNothingOutsideTheDirectory)
     slots[3] = extra;
     EXPECT_EQ(lookup.findInSlots(slots, "other.ZIP"), std::make_pair(3, extra / "Other.zip"));
     EXPECT_EQ(lookup.findInSlots(slots, "missing"), std::nullopt);
-}
 
-TEST(FileLookup, ListsADirectoryOncePerOperation)
-{
-    TestBoard board;
-    const fs::path area = board.root() / "area";
-    TestBoard::writeFile(area / "first.zip", "x");
-    FileLookup lookup(CodePage::windows1252());
-    EXPECT_TRUE(lookup.find(area, "first.zip"));
+    // A directory is listed once per operation.
     TestBoard::writeFile(area / "second.zip", "x");
-    EXPECT_FALSE(lookup.find(area, "second.zip")); // the listing of this operation
+    EXPECT_FALSE(lookup.find(area, "second.zip"));
     lookup.forget(area);
     EXPECT_TRUE(lookup.find(area, "second.zip"));
-}
 
-TEST(FileSystem, ShortPathOfGivesTheAliasOrTheBlankFallBack)
-{
-    TestBoard board;
-    const fs::path area = board.root() / "area";
-    TestBoard::writeFile(area / "A Long Program Name.zip", "x");
+    // A short path is the alias, or the blank fall-back for a missing file.
     DirectoryListing listing(area, CodePage::windows1252());
     EXPECT_EQ(ShortPathOf(area / "A Long Program Name.zip", listing),
               QString::fromStdString((area / "ALONGP~1.ZIP").string()));

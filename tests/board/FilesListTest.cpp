@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <random>
+#include <tuple>
 
 namespace Kelvane {
 namespace {
@@ -106,16 +107,10 @@ TEST(FilesListWriter, LaysOutEveryEntryAsTheReaderExpects)
 
 TEST(FilesListReader, ReadsTheColumnsAsTheyHaveAlwaysBeenRead)
 {
-    struct Case
-    {
-        const char* what;
-        std::string data;
-        std::vector<Entry> expected;
-    };
     const auto one = [](const std::string& name, const std::string& size, const std::string& line) {
         return entryLines(name, size, "01-01-01", { line });
     };
-    const std::vector<Case> cases = {
+    const std::vector<std::tuple<const char*, std::string, std::vector<Entry>>> cases = {
         { "an empty file", "", {} },
         { "one entry with a continuation",
           entryLines("FILE.ZIP", "1234", "05-17-96", { "First", "Second" }),
@@ -148,9 +143,9 @@ TEST(FilesListReader, ReadsTheColumnsAsTheyHaveAlwaysBeenRead)
           std::string("A\0\xE9", 3) + "                 1 01-01-01 \xFF\x81\r\n",
           { { std::string("A\0\xE9", 3), " 1", "01-01-01", "\xFF\x81\r\n" } } },
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.what);
-        EXPECT_EQ(parse(c.data, {}).entries, c.expected);
+    for (const auto& [what, data, expected] : cases) {
+        SCOPED_TRACE(what);
+        EXPECT_EQ(parse(data, {}).entries, expected);
     }
     // Only aliases are resolved, and every entry line is counted.
     std::vector<std::string> asked;

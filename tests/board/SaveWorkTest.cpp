@@ -1,50 +1,19 @@
-#include "board/CurrentArea.h"
 #include "board/FilesList.h"
-#include "support/ScriptedPort.h"
-#include "support/TestBoard.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+#include "editor/EditorFixture.h"
 
 #include <cerrno>
-#include <functional>
 #include <sys/stat.h>
 
-using namespace Qt::StringLiterals;
-
-namespace Kelvane {
+namespace Kelvane::Testing {
 namespace {
-
-using ::testing::HasSubstr;
-
-namespace fs = std::filesystem;
-using Testing::ScriptedPort;
-using Testing::TestBoard;
 
 const std::string OldList = "OLD.ZIP             1 01-01-96 The list as it was                           \r\n";
 const std::string NewList = "NEW.ZIP             2 02-02-96 The new list                                 \r\n";
 const EntryList NewEntries = { { "NEW.ZIP", " 2", "02-02-96", "The new list\r\n" } };
 
-class SaveWorkTest : public ::testing::Test
+class SaveWorkTest : public EditorFixture
 {
 protected:
-    void SetUp() override
-    {
-        AreaRecord record = board.simpleRecord("files");
-        number = board.addArea(record);
-        files = record.path;
-        list = record.filesList;
-        backup = files / "FILES.BAK";
-    }
-
-    std::unique_ptr<Session> openArea()
-    {
-        auto session = board.session(port);
-        session->area.AreaNumber = number;
-        EXPECT_TRUE(Farea_Dat_Initialize(*session));
-        return session;
-    }
-
     MessageBox savedBox() const { return savedBox(list); }
     static MessageBox savedBox(const fs::path& path)
     {
@@ -52,12 +21,8 @@ protected:
                  Buttons::Ok, Icon::Information };
     }
 
-    TestBoard board;
-    ScriptedPort port;
-    int number = 0;
-    fs::path files;
-    fs::path list;
-    fs::path backup;
+    fs::path list = board.root() / "areas" / "area" / "FILES.LST";
+    fs::path backup = list.parent_path() / "FILES.BAK";
 };
 
 // The previous list becomes the backup; a list changed on disk since it was read is
@@ -65,13 +30,7 @@ protected:
 TEST_F(SaveWorkTest, KeepsThePreviousListAndAsksBeforeOverwritingAChangedOne)
 {
     const std::string upload = "UPLOAD.ZIP          3 03-03-96 Added by the board                           \r\n";
-    struct Writer
-    {
-        const char* what;
-        std::function<void(const fs::path&)> write;
-        bool changed;
-    };
-    const Writer writers[] = {
+    const std::tuple<const char*, std::function<void(const fs::path&)>, bool> writers[] = {
         { "nobody", [](const fs::path&) {}, false },
         { "the board appends an entry", [&](const fs::path& path) { TestBoard::writeFile(path, OldList + upload); },
           true },
@@ -86,24 +45,24 @@ TEST_F(SaveWorkTest, KeepsThePreviousListAndAsksBeforeOverwritingAChangedOne)
           true },
         { "the list was removed", [](const fs::path& path) { fs::remove(path); }, true },
     };
-    for (const Writer& writer : writers) {
+    for (const auto& [what, write, changed] : writers) {
         for (const Answer answer : { Answer::No, Answer::Yes }) {
-            SCOPED_TRACE(std::string(writer.what) + (answer == Answer::Yes ? ", overwrite" : ", keep"));
+            SCOPED_TRACE(std::string(what) + (answer == Answer::Yes ? ", overwrite" : ", keep"));
             TestBoard::writeFile(list, OldList);
             TestBoard::writeFile(backup, "an older backup");
-            auto session = openArea();
+            open();
             EntryList entries;
             ASSERT_TRUE(Load_fEditFileArealsv(*session, entries));
-            writer.write(list);
+            write(list);
             const std::string before = fs::exists(list) ? TestBoard::readFile(list) : std::string();
-            const bool overwrite = !writer.changed || answer == Answer::Yes;
-            if (writer.changed)
+            const bool overwrite = !changed || answer == Answer::Yes;
+            if (changed)
                 port.expectAlert("FilesListChanged", answer, { {}, {}, QString::fromStdString(list.string()) });
             if (overwrite)
                 port.expect(savedBox());
             EXPECT_EQ(SaveWork(*session, NewEntries), overwrite);
             EXPECT_EQ(TestBoard::readFile(list), overwrite ? NewList : before);
-            if (!writer.changed) {
+            if (!changed) {
                 EXPECT_EQ(TestBoard::readFile(backup), OldList);
             }
             // What was written is the new reference: a second save asks nothing.
@@ -111,29 +70,28 @@ TEST_F(SaveWorkTest, KeepsThePreviousListAndAsksBeforeOverwritingAChangedOne)
                 port.expect(savedBox());
                 EXPECT_TRUE(SaveWork(*session, NewEntries));
             }
-            if (!writer.changed)
+            if (!changed)
                 break;
         }
     }
 }
 
-TEST_F(SaveWorkTest, AListOfAnotherNameIsReplacedWithoutABackup)
+TEST_F(SaveWorkTest, AListOfAnotherNameIsReplacedWithoutABackupAndAnEmptyOneWithoutTheMessage)
 {
     const fs::path other = files / "files.lst";
     TestBoard::writeFile(other, OldList);
-    auto session = openArea();
+    open();
     session->area.FileListPath = other;
     port.expect(savedBox(other));
     EXPECT_TRUE(SaveWork(*session, NewEntries));
     EXPECT_EQ(TestBoard::readFile(other), NewList);
     EXPECT_FALSE(fs::exists(backup));
     EXPECT_FALSE(fs::exists(files / "files.bak"));
-}
 
-TEST_F(SaveWorkTest, AnEmptyListOrAnEmptyNameSavesWithoutTheMessage)
-{
+    // An empty list, or one ended by an empty name, saves without the message.
+    fs::remove(other);
     TestBoard::writeFile(list, OldList);
-    auto session = openArea();
+    open();
     EXPECT_TRUE(SaveWork(*session, {}));
     EXPECT_EQ(TestBoard::readFile(list), "");
     EXPECT_TRUE(SaveWork(*session, { { "", " 1", "01-01-01", "x\r\n" }, NewEntries.front() }));
@@ -144,7 +102,7 @@ TEST_F(SaveWorkTest, LongNamesAreWrittenAsAliasesAndReadBackWhole)
 {
     TestBoard::writeFile(files / "A Long File Name.zip", "zip");
     TestBoard::writeFile(files / "Another Long One.zip", "zip");
-    auto session = openArea();
+    open();
     port.expect(savedBox());
     const EntryList entries = { { "A LONG FILE NAME.ZIP", " 3", "01-01-96", "one\r\n" },
                                 { "Another Long One.zip", " 3", "01-01-96", "two\r\n" },
@@ -176,7 +134,7 @@ TEST_F(SaveWorkTest, AFailureAtAnyStepKeepsThePreviousList)
         SCOPED_TRACE(static_cast<int>(failing));
         TestBoard::writeFile(list, OldList);
         TestBoard::writeFile(backup, "an older backup");
-        auto session = openArea();
+        open();
         port.expectError("SaveWork");
         const bool saved = SaveWork(*session, NewEntries, [failing, code](SaveStep step) {
             if (step == failing)
@@ -195,13 +153,7 @@ TEST_F(SaveWorkTest, AFailureAtAnyStepKeepsThePreviousList)
 // Whatever lies where the list should be, reading neither crashes nor hangs nor changes it.
 TEST_F(SaveWorkTest, ReadingBadInputChangesNothing)
 {
-    struct Case
-    {
-        const char* what;
-        std::function<void(const fs::path&)> make;
-        bool readable;
-    };
-    const std::vector<Case> cases = {
+    const std::vector<std::tuple<const char*, std::function<void(const fs::path&)>, bool>> cases = {
         { "missing: created empty", [](const fs::path&) {}, true },
         { "binary garbage",
           [](const fs::path& path) {
@@ -214,18 +166,18 @@ TEST_F(SaveWorkTest, ReadingBadInputChangesNothing)
         { "a directory", [](const fs::path& path) { fs::create_directory(path); }, false },
         { "a FIFO", [](const fs::path& path) { ::mkfifo(path.c_str(), 0644); }, false },
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.what);
+    for (const auto& [what, make, readable] : cases) {
+        SCOPED_TRACE(what);
         std::error_code ignored;
         fs::remove_all(list, ignored);
-        c.make(list);
+        make(list);
         const auto before = fs::exists(list) && fs::is_regular_file(list) ? TestBoard::readFile(list) : std::string();
-        auto session = openArea();
-        if (!c.readable)
+        open();
+        if (!readable)
             port.expectError("Load_fEditFileArealsv");
         EntryList entries = { { "STALE", " 1", "", "" } };
-        EXPECT_EQ(Load_fEditFileArealsv(*session, entries), c.readable);
-        if (c.readable) {
+        EXPECT_EQ(Load_fEditFileArealsv(*session, entries), readable);
+        if (readable) {
             EXPECT_EQ(TestBoard::readFile(list), before);
         } else {
             EXPECT_TRUE(entries.empty());
@@ -242,7 +194,8 @@ TEST_F(SaveWorkTest, EntriesReadFromOneListAreNeverSavedOverAnother)
     const fs::path secondList = second.filesList;
     TestBoard::writeFile(list, OldList);
     TestBoard::writeFile(secondList, NewList);
-    auto session = openArea();
+    open();
+    const int number = session->area.AreaNumber;
     EntryList first;
     ASSERT_TRUE(Load_fEditFileArealsv(*session, first));
     ListStamp firstOrigin = session->listStamp;
@@ -270,4 +223,4 @@ TEST_F(SaveWorkTest, EntriesReadFromOneListAreNeverSavedOverAnother)
 }
 
 } // namespace
-} // namespace Kelvane
+} // namespace Kelvane::Testing

@@ -3,54 +3,8 @@
 #include "platform/CodePage.h"
 #include "support/TestBoard.h"
 
-#include <gtest/gtest.h>
-
-#include <map>
-
-using namespace Qt::StringLiterals;
-
-namespace Kelvane {
+namespace Kelvane::Testing {
 namespace {
-
-namespace fs = std::filesystem;
-using Testing::TestBoard;
-
-TEST(SearchPatternTest, WildcardsOnNamesAndTextInDescriptions)
-{
-    const Entry doom { "DOOM2.ZIP", " 10", "05-17-96", "Hell on Earth\r\nby id \xC9QUIPE *beta*\r\n" };
-    const Entry readme { "READ.ME", " 1", "01-02-03", "Doom level editor\r\n" };
-    struct Case
-    {
-        QString pattern;
-        SearchIn in;
-        bool doomMatches;
-        bool readmeMatches;
-    };
-    const std::vector<Case> cases = {
-        { u"doom"_s, SearchIn::Names, true, false }, // no wildcard: a part of the name
-        { u"doom"_s, SearchIn::Descriptions, false, true },
-        { u"doom"_s, SearchIn::Both, true, true },
-        { u"*.zip"_s, SearchIn::Names, true, false },
-        { u"d??m?.zip"_s, SearchIn::Names, true, false },
-        { u"d?m*"_s, SearchIn::Names, false, false },
-        { u"read.*"_s, SearchIn::Names, false, true },
-        { u"*.M"_s, SearchIn::Names, false, false }, // a wildcard pattern takes the whole name
-        { u"*o*o*2*"_s, SearchIn::Names, true, false },
-        { u"EARTH"_s, SearchIn::Descriptions, true, false },
-        { u"earth by"_s, SearchIn::Descriptions, false, false }, // not across a line end
-        { u"équipe"_s, SearchIn::Descriptions, true, false }, // case folded by the code page
-        { u"*beta*"_s, SearchIn::Descriptions, true, false }, // "*" is plain text here
-        { u"*"_s, SearchIn::Descriptions, true, false },
-        { u"????.me"_s, SearchIn::Names, false, true },
-    };
-    for (const Case& c : cases) {
-        const SearchPattern pattern(c.pattern, c.in, CodePage::windows1252());
-        EXPECT_EQ(pattern.matches(doom), c.doomMatches) << c.pattern.toStdString() << " in " << int(c.in);
-        EXPECT_EQ(pattern.matches(readme), c.readmeMatches) << c.pattern.toStdString() << " in " << int(c.in);
-    }
-    for (const QString& bad : { u""_s, u"\u4E2D.zip"_s })
-        EXPECT_THROW(SearchPattern(bad, SearchIn::Both, CodePage::windows1252()), SearchPatternError);
-}
 
 // Keeps what the search told it, and cancels when told to.
 class Collector : public SearchSink
@@ -73,8 +27,36 @@ public:
     int cancelAfterAsking = -1;
 };
 
-TEST(BoardSearchTest, HitsArriveAreaByAreaAndACancelStopsWithinAnArea)
+TEST(BoardSearchTest, WildcardsOnNamesTextInDescriptionsHitsAreaByAreaAndACancelWithinAnArea)
 {
+    const Entry doom { "DOOM2.ZIP", " 10", "05-17-96", "Hell on Earth\r\nby id \xC9QUIPE *beta*\r\n" };
+    const Entry readme { "READ.ME", " 1", "01-02-03", "Doom level editor\r\n" };
+    const std::vector<std::tuple<QString, SearchIn, bool, bool>> cases = {
+        { u"doom"_s, SearchIn::Names, true, false }, // no wildcard: a part of the name
+        { u"doom"_s, SearchIn::Descriptions, false, true },
+        { u"doom"_s, SearchIn::Both, true, true },
+        { u"*.zip"_s, SearchIn::Names, true, false },
+        { u"d??m?.zip"_s, SearchIn::Names, true, false },
+        { u"d?m*"_s, SearchIn::Names, false, false },
+        { u"read.*"_s, SearchIn::Names, false, true },
+        { u"*.M"_s, SearchIn::Names, false, false }, // a wildcard pattern takes the whole name
+        { u"*o*o*2*"_s, SearchIn::Names, true, false },
+        { u"EARTH"_s, SearchIn::Descriptions, true, false },
+        { u"earth by"_s, SearchIn::Descriptions, false, false }, // not across a line end
+        { u"équipe"_s, SearchIn::Descriptions, true, false }, // case folded by the code page
+        { u"*beta*"_s, SearchIn::Descriptions, true, false }, // "*" is plain text here
+        { u"*"_s, SearchIn::Descriptions, true, false },
+        { u"????.me"_s, SearchIn::Names, false, true },
+    };
+    for (const auto& [pattern, in, doomMatches, readmeMatches] : cases) {
+        const SearchPattern search(pattern, in, CodePage::windows1252());
+        EXPECT_EQ(search.matches(doom), doomMatches) << pattern.toStdString() << " in " << int(in);
+        EXPECT_EQ(search.matches(readme), readmeMatches) << pattern.toStdString() << " in " << int(in);
+    }
+    for (const QString& bad : { u""_s, u"\u4E2D.zip"_s })
+        EXPECT_THROW(SearchPattern(bad, SearchIn::Both, CodePage::windows1252()), SearchPatternError);
+
+    // Over a board, hits arrive area by area and a cancel stops within an area.
     TestBoard board;
     const AreaRecord first = board.simpleRecord("first");
     board.addArea(first);
@@ -113,4 +95,4 @@ TEST(BoardSearchTest, HitsArriveAreaByAreaAndACancelStopsWithinAnArea)
 }
 
 } // namespace
-} // namespace Kelvane
+} // namespace Kelvane::Testing

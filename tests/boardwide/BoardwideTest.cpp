@@ -6,19 +6,10 @@
 #include "platform/CodePage.h"
 #include "support/TestBoard.h"
 
-#include <gtest/gtest.h>
-
-#include <fstream>
-#include <map>
 #include <sstream>
 
-using namespace Qt::StringLiterals;
-
-namespace Kelvane {
+namespace Kelvane::Testing {
 namespace {
-
-namespace fs = std::filesystem;
-using Testing::TestBoard;
 
 AreaSelection named(std::vector<std::string> words)
 {
@@ -30,14 +21,7 @@ TEST(AreaSetTest, WordsRangesTitlesAndGlobs)
     // Area 4's record is damaged: its number still names it, no title or glob can.
     const std::vector<std::optional<std::string>> titles
         = { "Utilities", "Games, Demos", "Games & More", std::nullopt, "2-3", "Uploads \xE9t\xE9" };
-    struct Case
-    {
-        AreaSelection selection;
-        std::vector<int> numbers;
-        bool single;
-        std::string error; // the start of the refusal, when refused
-    };
-    const std::vector<Case> cases = {
+    const std::vector<std::tuple<AreaSelection, std::vector<int>, bool, std::string>> cases = {
         { named({ "3" }), { 3 }, true, {} },
         { named({ "Utilities" }), { 1 }, true, {} },
         { named({ "Games, Demos" }), { 2 }, true, {} }, // a title holding a comma is taken whole
@@ -58,16 +42,16 @@ TEST(AreaSetTest, WordsRangesTitlesAndGlobs)
         { named({ "1-9" }), {}, false, "the range \"1-9\" goes beyond" },
         { { {}, false, { "zz*" } }, {}, false, "no area title on this board matches \"zz*\"" },
     };
-    for (const Case& c : cases) {
-        const std::string label = c.selection.words.empty() ? "--all/--match" : c.selection.words.front();
+    for (const auto& [selection, numbers, single, refusal] : cases) { // refusal: how its text starts
+        const std::string label = selection.words.empty() ? "--all/--match" : selection.words.front();
         try {
-            const AreaSet set = resolveAreaSet(c.selection, titles, CodePage::windows1252());
-            EXPECT_TRUE(c.error.empty()) << label << " was accepted";
-            EXPECT_EQ(set.numbers, c.numbers) << label;
-            EXPECT_EQ(set.single, c.single) << label;
+            const AreaSet set = resolveAreaSet(selection, titles, CodePage::windows1252());
+            EXPECT_TRUE(refusal.empty()) << label << " was accepted";
+            EXPECT_EQ(set.numbers, numbers) << label;
+            EXPECT_EQ(set.single, single) << label;
         } catch (const AreaSetError& error) {
-            EXPECT_EQ(std::string(error.what()).rfind(c.error, 0), 0u) << label << ": " << error.what();
-            EXPECT_FALSE(c.error.empty()) << label;
+            EXPECT_EQ(std::string(error.what()).rfind(refusal, 0), 0u) << label << ": " << error.what();
+            EXPECT_FALSE(refusal.empty()) << label;
         }
     }
 }
@@ -198,4 +182,4 @@ TEST(TerminalProgressTest, ALineOnATerminalAndNothingElsewhere)
 }
 
 } // namespace
-} // namespace Kelvane
+} // namespace Kelvane::Testing

@@ -1,50 +1,13 @@
 #include "cli/CliRunner.h"
 
-#include "board/DemoBoard.h"
 #include "board/FileDates.h"
-#include "platform/CodePage.h"
-#include "support/TestBoard.h"
 
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-
-#include <gtest/gtest.h>
-
-using namespace Qt::StringLiterals;
-
-namespace Kelvane {
+namespace Kelvane::Testing {
 namespace {
 
-namespace fs = std::filesystem;
-using Testing::runKelvane;
-using Testing::TestBoard;
+using DupesCommandTest = DemoCliTest;
 
-class DupesCommandTest : public ::testing::Test
-{
-protected:
-    void SetUp() override
-    {
-        demo = board.root() / "demo";
-        node = DemoBoard::build(demo, CodePage::windows1252()).string();
-        utils = demo / "files" / "utils";
-        cdrom = demo / "files" / "cdrom";
-    }
-
-    Testing::CliResult kelvane(std::vector<std::string> arguments)
-    {
-        arguments.insert(arguments.end(), { "--main-node", node });
-        return runKelvane(arguments);
-    }
-
-    TestBoard board;
-    fs::path demo;
-    fs::path utils;
-    fs::path cdrom;
-    std::string node;
-};
-
-TEST_F(DupesCommandTest, TheDemoBoardsDuplicateInTextAndJson)
+TEST_F(DupesCommandTest, TheDemoBoardsDuplicateInTextAndJsonAndADamagedCacheIsOneLineAndRebuilt)
 {
     const std::string size = std::to_string(fs::file_size(utils / "MULTI.ZIP"));
     const auto text = kelvane({ "dupes", "--all" });
@@ -64,6 +27,20 @@ TEST_F(DupesCommandTest, TheDemoBoardsDuplicateInTextAndJson)
     EXPECT_EQ(groups[1][u"by"_s].toString(), u"content"_s);
     EXPECT_EQ(groups[1][u"copies"_s][1][u"listed"_s].toBool(), true);
     EXPECT_EQ(document[u"extra_bytes"_s].toInteger(), std::stoll(size)); // the one extra file, once
+
+    // A damaged hash cache is one line and is rebuilt.
+    const fs::path cache = board.programDirectory() / "DUPES.HSH";
+    const auto first = kelvane({ "dupes", "--all", "--by", "content" });
+    EXPECT_EQ(first.status, 0) << first.err;
+    ASSERT_TRUE(fs::exists(cache));
+    TestBoard::writeFile(cache, "KVHC and then nothing that belongs here");
+    const auto again = kelvane({ "dupes", "--all", "--by", "content" });
+    EXPECT_EQ(again.status, 0);
+    EXPECT_EQ(again.out, first.out);
+    EXPECT_EQ(again.err,
+              "kelvane: the hash cache " + cache.string()
+                  + " is damaged or not Kelvane's; it is ignored and rebuilt\n");
+    EXPECT_NE(TestBoard::readFile(cache), "KVHC and then nothing that belongs here");
 }
 
 TEST_F(DupesCommandTest, RemovingExtraCopiesNeedsYesAndGoesThroughTheEditorsDelete)
@@ -102,21 +79,5 @@ TEST_F(DupesCommandTest, RemovingExtraCopiesNeedsYesAndGoesThroughTheEditorsDele
     EXPECT_TRUE(fs::exists(uploads / "UPLOADS.IDX"));
 }
 
-TEST_F(DupesCommandTest, ADamagedCacheIsOneLineAndIsRebuilt)
-{
-    const fs::path cache = board.programDirectory() / "DUPES.HSH";
-    const auto first = kelvane({ "dupes", "--all", "--by", "content" });
-    EXPECT_EQ(first.status, 0) << first.err;
-    ASSERT_TRUE(fs::exists(cache));
-    TestBoard::writeFile(cache, "KVHC and then nothing that belongs here");
-    const auto again = kelvane({ "dupes", "--all", "--by", "content" });
-    EXPECT_EQ(again.status, 0);
-    EXPECT_EQ(again.out, first.out);
-    EXPECT_EQ(again.err,
-              "kelvane: the hash cache " + cache.string()
-                  + " is damaged or not Kelvane's; it is ignored and rebuilt\n");
-    EXPECT_NE(TestBoard::readFile(cache), "KVHC and then nothing that belongs here");
-}
-
 } // namespace
-} // namespace Kelvane
+} // namespace Kelvane::Testing

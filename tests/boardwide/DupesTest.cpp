@@ -3,18 +3,10 @@
 #include "platform/CodePage.h"
 #include "support/TestBoard.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
-#include <fstream>
 
-using namespace Qt::StringLiterals;
-
-namespace Kelvane {
+namespace Kelvane::Testing {
 namespace {
-
-namespace fs = std::filesystem;
-using Testing::TestBoard;
 
 // Alpha lists FOO.ZIP and BAR.ZIP (whose file is gone) and holds a long-named report and an
 // empty file; Beta holds foo.zip (the same bytes as Alpha's), another FOO.ZIP of other bytes
@@ -86,30 +78,25 @@ TEST_F(DupesTest, GroupsByNameContentOrBoth)
         "content: 1 FOO.ZIP listed | 2 foo.zip",
         "content: 1 Long Report Name.txt | 2 COPY.BIN",
     };
-    struct Case
-    {
-        DupesBy by;
-        std::vector<std::string> groups;
-        std::uintmax_t extraBytes;
-    };
     std::vector<std::string> both = byName;
     both.insert(both.end(), byContent.begin(), byContent.end());
-    for (const Case& test : { Case { DupesBy::Name, byName, 8 }, Case { DupesBy::Content, byContent, 10 },
-                              Case { DupesBy::Both, both, 14 } }) {
-        const DupesReport report = find(test.by);
-        EXPECT_EQ(described(report), test.groups);
-        EXPECT_EQ(report.extraBytes, test.extraBytes);
+    const std::tuple<DupesBy, std::vector<std::string>, std::uintmax_t> cases[]
+        = { { DupesBy::Name, byName, 8 }, { DupesBy::Content, byContent, 10 }, { DupesBy::Both, both, 14 } };
+    for (const auto& [by, groups, extraBytes] : cases) {
+        const DupesReport report = find(by);
+        EXPECT_EQ(described(report), groups);
+        EXPECT_EQ(report.extraBytes, extraBytes);
         ASSERT_EQ(report.skipped.size(), 1u);
         EXPECT_EQ(report.skipped[0].number, 3);
         // Only files sharing their size are read: never the empty ones, never BAR.ZIP.
-        EXPECT_EQ(report.filesRead, test.by == DupesBy::Name ? 0u : 5u);
+        EXPECT_EQ(report.filesRead, by == DupesBy::Name ? 0u : 5u);
     }
     const DupesReport report = find(DupesBy::Name);
     EXPECT_EQ(report.groups[0].copies[0].date, "01-02-97");
     EXPECT_EQ(report.groups[0].copies[1].size, 4u);
 }
 
-TEST_F(DupesTest, AWarmCacheReadsNoFileAndAChangedFileIsReadAgain)
+TEST_F(DupesTest, AWarmCacheReadsNoFileAChangedFileIsReadAgainAndADamagedCacheIsIgnoredWhole)
 {
     int reads = 0;
     const DigestReader counting = [&](const fs::path& path, QString& reason) {
@@ -140,12 +127,8 @@ TEST_F(DupesTest, AWarmCacheReadsNoFileAndAChangedFileIsReadAgain)
     EXPECT_EQ(reads, 1);
     warm.dropUntouched();
     EXPECT_EQ(warm.size(), 5u);
-}
 
-TEST_F(DupesTest, ADamagedOrForeignCacheIsIgnoredWhole)
-{
-    DupesHashCache cache;
-    find(DupesBy::Content, &cache);
+    // A damaged or foreign cache is ignored whole.
     const std::string sound = cache.serialize();
     ASSERT_TRUE(DupesHashCache::parse(sound));
     EXPECT_EQ(DupesHashCache::parse(sound)->size(), 5u);
@@ -157,9 +140,7 @@ TEST_F(DupesTest, ADamagedOrForeignCacheIsIgnoredWhole)
                                     std::string("not a cache at all, just text"), std::string() })
         EXPECT_FALSE(DupesHashCache::parse(bad)) << bad.size();
 
-    const fs::path path = board.programDirectory() / "DUPES.HSH";
     TestBoard::writeFile(path, flipped);
-    QString problem;
     DupesHashCache loaded;
     loaded.load(path, problem);
     EXPECT_EQ(loaded.size(), 0u);
@@ -167,7 +148,7 @@ TEST_F(DupesTest, ADamagedOrForeignCacheIsIgnoredWhole)
               "the hash cache " + path.string() + " is damaged or not Kelvane's; it is ignored and rebuilt");
 }
 
-TEST_F(DupesTest, BadFilesAreOneLineEachAndTheRestIsDone)
+TEST_F(DupesTest, BadFilesAreOneLineEachAndRemovalKeepsOneFileAndNeverChangesAReadOnlyArea)
 {
     // A file that vanishes between the listing and its turn to be hashed.
     const fs::path vanishing = board.root() / "areas" / "Beta" / "COPY.BIN";
@@ -185,10 +166,8 @@ TEST_F(DupesTest, BadFilesAreOneLineEachAndTheRestIsDone)
     EXPECT_EQ(report.notices[1].toStdString(),
               "area 2: " + vanishing.string() + ": it vanished before it could be read; it is left out");
     EXPECT_EQ(described(report).size(), 3u); // the report's content group is gone with its copy
-}
 
-TEST_F(DupesTest, RemovalKeepsOneFileAndNeverChangesAReadOnlyAreaOrTheKeptFile)
-{
+    // Removal keeps one file and never changes a read-only area or the kept file.
     AreaRecord cd = board.simpleRecord("CD");
     cd.cdrom = "Yes";
     TestBoard::writeFile(fs::path(cd.path) / "FOO.ZIP", "cd!!");
@@ -205,7 +184,7 @@ TEST_F(DupesTest, RemovalKeepsOneFileAndNeverChangesAReadOnlyAreaOrTheKeptFile)
                         fs::last_write_time(board.root() / "areas" / "Alpha" / "FOO.ZIP") - std::chrono::hours(1));
 
     const Board opened = Board::open(board.mainNode(), CodePage::windows1252());
-    const DupesReport report = findDuplicates(opened, { 1, 2, 4, 5 }, { .by = DupesBy::Name });
+    const DupesReport byName = findDuplicates(opened, { 1, 2, 4, 5 }, { .by = DupesBy::Name });
     using A = DupeRemoval::Action;
     // Copies: Alpha FOO.ZIP (listed), Beta foo.zip (oldest), Beta2 FOO.ZIP (newest), CD, Shared.
     const std::vector<std::pair<DupesKeep, std::vector<A>>> cases = {
@@ -214,9 +193,9 @@ TEST_F(DupesTest, RemovalKeepsOneFileAndNeverChangesAReadOnlyAreaOrTheKeptFile)
         { DupesKeep::Newest, { A::Delete, A::DeleteFile, A::Keep, A::LeaveReadOnly, A::EraseEntry } },
     };
     // Shared also repeats Alpha's other names; FOO.ZIP is the group of interest.
-    const auto foo = std::find_if(report.groups.begin(), report.groups.end(),
+    const auto foo = std::find_if(byName.groups.begin(), byName.groups.end(),
                                   [](const DupeGroup& group) { return group.key == "FOO.ZIP"; });
-    ASSERT_NE(foo, report.groups.end());
+    ASSERT_NE(foo, byName.groups.end());
     EXPECT_EQ(described({ { *foo }, {}, {}, 0, 0, 0 })[0],
               "name FOO.ZIP: 1 FOO.ZIP listed | 2 foo.zip | 2 FOO.ZIP | 4 FOO.ZIP | 5 FOO.ZIP listed");
     for (const auto& [keep, expected] : cases) {
@@ -228,4 +207,4 @@ TEST_F(DupesTest, RemovalKeepsOneFileAndNeverChangesAReadOnlyAreaOrTheKeptFile)
 }
 
 } // namespace
-} // namespace Kelvane
+} // namespace Kelvane::Testing

@@ -2,26 +2,16 @@
 
 #include "board/AreaRecords.h"
 #include "board/BoardTool.h"
-#include "support/TestBoard.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <fstream>
 
 namespace Kelvane::Testing {
 namespace {
-
-using ::testing::HasSubstr;
-
-namespace fs = std::filesystem;
 
 const std::string List = "GAME.ZIP         1234 05-17-96 A game in \xE9t\xE9" + std::string(32, ' ')
     + "\r\n"
       "                               second \"line\"                                \r\n"
       "TOOL.ZIP           99 01-02-97 A tool                                       \r\n";
 
-class AreaCommandsTest : public ::testing::Test
+class AreaCommandsTest : public CliTest
 {
 protected:
     void SetUp() override
@@ -31,17 +21,14 @@ protected:
         board.addArea(record);
         files = record.path;
         TestBoard::writeFile(files / "FILES.LST", List);
-        node = board.mainNode().string();
     }
 
-    TestBoard board;
     fs::path files;
-    std::string node;
 };
 
-TEST_F(AreaCommandsTest, ShowPrintsTheEntriesAsReadAndRewriteKeepsThem)
+TEST_F(AreaCommandsTest, ShowPrintsTheEntriesRewriteKeepsThemAreasListsTheBoardAndFailuresEndWithOneLine)
 {
-    const auto json = runKelvane({ "show", "Games & More", "--main-node", node, "--json" });
+    const auto json = kelvane({ "show", "Games & More", "--json" });
     EXPECT_EQ(json.status, 0) << json.err;
     EXPECT_EQ(
         json.out,
@@ -51,22 +38,20 @@ TEST_F(AreaCommandsTest, ShowPrintsTheEntriesAsReadAndRewriteKeepsThem)
               "        \"second \\\"line\\\"\"\n      ]\n    },\n    {\n      \"name\": \"TOOL.ZIP\",\n"
               "      \"size\": 99,\n      \"date\": \"01-02-97\",\n      \"description\": [\n"
               "        \"A tool\"\n      ]\n    }\n  ]\n}\n");
-    const auto text = runKelvane({ "show", "1", "--main-node", node });
+    const auto text = kelvane({ "show", "1" });
     EXPECT_THAT(
         text.out,
         HasSubstr("GAME.ZIP          1234 05-17-96  A game in \xC3\xA9t\xC3\xA9\n" + std::string(34, ' ') + "second"))
         << text.out;
 
     // Rewrite saves the same bytes through the writer, keeping the old list as the backup.
-    const auto result = runKelvane({ "rewrite", "1", "--main-node", node });
+    const auto result = kelvane({ "rewrite", "1" });
     EXPECT_EQ(result.status, 0) << result.err;
     EXPECT_EQ(TestBoard::readFile(files / "FILES.LST"), List);
     EXPECT_EQ(TestBoard::readFile(files / "FILES.BAK"), List);
     EXPECT_THAT(result.err, HasSubstr("Kelvane Information\n  Changes were saved to "));
-}
 
-TEST_F(AreaCommandsTest, AreasListsTheBoardFromTheSettingsStoreAndFailuresEndWithOneLine)
-{
+    // Areas lists the board named in the settings store; failures end with one line.
     const auto unset = runKelvane({ "areas" });
     EXPECT_EQ(unset.status, 1);
     EXPECT_THAT(unset.err, HasSubstr("You have not defined Vandor Main Node's Path!"));
@@ -77,13 +62,7 @@ TEST_F(AreaCommandsTest, AreasListsTheBoardFromTheSettingsStoreAndFailuresEndWit
     EXPECT_EQ(listed.out.substr(0, 24), "   1  Games & More\n     ");
     EXPECT_EQ(runKelvane({ "areas", "--json" }).out.substr(0, 40), "[\n  {\n    \"number\": 1,\n    \"title\": \"Gam");
 
-    struct Case
-    {
-        std::vector<std::string> arguments;
-        int status;
-        std::string errorStart;
-    };
-    const std::vector<Case> cases = {
+    const std::vector<std::tuple<std::vector<std::string>, int, std::string>> cases = {
         { { "show", "7", "--main-node", node }, 1, "kelvane: there is no area \"7\" on this board (it has 1)\n" },
         { { "show", "1", "--main-node", (board.root() / "nowhere").string() },
           1,
@@ -91,13 +70,13 @@ TEST_F(AreaCommandsTest, AreasListsTheBoardFromTheSettingsStoreAndFailuresEndWit
         { { "show" }, 2, "kelvane: AREA is required" },
         { { "frobnicate" }, 2, "kelvane: " },
     };
-    for (const Case& c : cases) {
-        const auto result = runKelvane(c.arguments);
-        EXPECT_EQ(result.status, c.status);
-        EXPECT_EQ(result.err.substr(0, c.errorStart.size()), c.errorStart) << result.err;
+    for (const auto& [arguments, status, errorStart] : cases) {
+        const auto result = runKelvane(arguments);
+        EXPECT_EQ(result.status, status);
+        EXPECT_EQ(result.err.substr(0, errorStart.size()), errorStart) << result.err;
     }
     fs::remove_all(files);
-    const auto missing = runKelvane({ "rewrite", "1", "--main-node", node });
+    const auto missing = kelvane({ "rewrite", "1" });
     EXPECT_EQ(missing.status, 1);
     EXPECT_THAT(missing.err, HasSubstr("There is no File Area Path Defined"));
     EXPECT_EQ(runKelvane({}).status, 0);
@@ -122,15 +101,9 @@ TEST_F(AreaCommandsTest, BoardBuildsABoardRecordByRecord)
 
     const std::vector<AreaRecord> records = AreaRecordFormat::readFile(file);
     ASSERT_EQ(records.size(), 2u);
-    AreaRecord first;
-    first.title = "Utilities";
-    first.path = "/srv/utils";
-    first.alt[0] = "/srv/u2";
-    first.alt[1] = "/srv/u3";
-    first.filesList = "/srv/utils/FILES.LST";
-    first.index = "/srv/idx/U.IDX";
-    first.cdrom = "no";
-    first.offline = "";
+    const AreaRecord first { .title = "Utilities", .path = "/srv/utils", .alt = { "/srv/u2", "/srv/u3" },
+                             .filesList = "/srv/utils/FILES.LST", .index = "/srv/idx/U.IDX", .cdrom = "no",
+                             .offline = "" };
     EXPECT_EQ(records[0], first);
     EXPECT_EQ(records[1].filesList, "/srv/g.lst");
     EXPECT_EQ(records[1].master, "Yes");
@@ -151,13 +124,7 @@ TEST_F(AreaCommandsTest, BoardRefusesWhatDoesNotFitAndLeavesTheFileAsItWas)
 {
     const fs::path file = board.mainNode() / "Mwork" / "Farea.dat";
     const std::string before = TestBoard::readFile(file);
-    struct Case
-    {
-        std::vector<std::string> arguments;
-        int status;
-        std::string error;
-    };
-    const std::vector<Case> cases = {
+    const std::vector<std::tuple<std::vector<std::string>, int, std::string>> cases = {
         { { "board", "add", node, "--title", std::string(61, 'T'), "--path", "/srv" },
           1,
           "kelvane: Title is 61 characters long; the field holds at most 60\n" },
@@ -167,11 +134,11 @@ TEST_F(AreaCommandsTest, BoardRefusesWhatDoesNotFitAndLeavesTheFileAsItWas)
         { { "board", "set", node, "9", "--title", "x" }, 1, "kelvane: there is no area 9 on this board (it has 1)\n" },
         { { "board", "add", node, "--title", "No path" }, 2, "" },
     };
-    for (const Case& c : cases) {
-        const auto result = runKelvane(c.arguments);
-        EXPECT_EQ(result.status, c.status) << result.err;
-        if (!c.error.empty()) {
-            EXPECT_EQ(result.err, c.error);
+    for (const auto& [arguments, status, error] : cases) {
+        const auto result = runKelvane(arguments);
+        EXPECT_EQ(result.status, status) << result.err;
+        if (!error.empty()) {
+            EXPECT_EQ(result.err, error);
         }
         EXPECT_EQ(TestBoard::readFile(file), before);
     }
@@ -186,11 +153,7 @@ TEST_F(AreaCommandsTest, ExportWritesTheListAsJsonCsvAndTextThroughTheCodePage)
 {
     TestBoard::writeFile(files / "My Game, Deluxe.zip", "data"); // its alias is MYGAME~1.ZIP
     const std::string blank(31, ' ');
-    struct Case
-    {
-        std::string page, list, csv, text;
-    };
-    const std::vector<Case> cases = {
+    const std::vector<std::tuple<std::string, std::string, std::string, std::string>> cases = {
         { "Windows-1252",
           "CAF\xC9.ZIP         1234 05-17-96 Caf\xE9, \"au\" lait\r\n" + blank + "second line\r\n" + blank
               + "\r\nMYGAME~1.ZIP        4 05-17-96 \r\n",
@@ -203,36 +166,33 @@ TEST_F(AreaCommandsTest, ExportWritesTheListAsJsonCsvAndTextThroughTheCodePage)
     };
     const fs::path output = board.root() / "out" / "export";
     fs::create_directories(output.parent_path());
-    for (const Case& c : cases) {
-        std::ofstream(board.root() / "Vandor.ini") << "[Kelvane Startup]\nCodePage=" << c.page << "\n";
-        TestBoard::writeFile(files / "FILES.LST", c.list);
+    for (const auto& [page, list, csv, text] : cases) {
+        std::ofstream(board.root() / "Vandor.ini") << "[Kelvane Startup]\nCodePage=" << page << "\n";
+        TestBoard::writeFile(files / "FILES.LST", list);
         const auto exported = [&](const std::string& format, const std::string& to) {
-            const auto result
-                = runKelvane({ "export", "Games & More", "--main-node", node, "--format", format, "--output", to });
+            const auto result = kelvane({ "export", "Games & More", "--format", format, "--output", to });
             EXPECT_EQ(result.status, 0) << result.err;
             return to == "-" ? result.out : TestBoard::readFile(to);
         };
-        const std::string json = runKelvane({ "show", "1", "--main-node", node, "--json" }).out;
+        const std::string json = kelvane({ "show", "1", "--json" }).out;
         const std::vector<std::pair<std::string, std::string>> formats
-            = { { "json", json }, { "csv", "name,size,date,description\r\n" + c.csv }, { "text", c.text } };
+            = { { "json", json }, { "csv", "name,size,date,description\r\n" + csv }, { "text", text } };
         for (const auto& [format, expected] : formats) {
-            EXPECT_EQ(exported(format, "-"), expected) << c.page << ' ' << format;
-            EXPECT_EQ(exported(format, output.string()), expected) << c.page << ' ' << format;
-            EXPECT_EQ(runKelvane({ "export", "1", "--main-node", node, "--format", format }).out, expected);
+            EXPECT_EQ(exported(format, "-"), expected) << page << ' ' << format;
+            EXPECT_EQ(exported(format, output.string()), expected) << page << ' ' << format;
+            EXPECT_EQ(kelvane({ "export", "1", "--format", format }).out, expected);
             EXPECT_EQ(std::distance(fs::directory_iterator(output.parent_path()), {}), 1) << "a temporary was left";
         }
-        EXPECT_EQ(TestBoard::readFile(files / "FILES.LST"), c.list);
+        EXPECT_EQ(TestBoard::readFile(files / "FILES.LST"), list);
     }
 
     fs::remove(output);
-    const auto unknown
-        = runKelvane({ "export", "Nothing", "--main-node", node, "--format", "csv", "--output", output.string() });
+    const auto unknown = kelvane({ "export", "Nothing", "--format", "csv", "--output", output.string() });
     EXPECT_EQ(unknown.status, 1);
     EXPECT_EQ(unknown.err, "kelvane: there is no area \"Nothing\" on this board (it has 1)\n");
     EXPECT_FALSE(fs::exists(output));
     fs::remove(files / "FILES.LST"); // a missing list exports empty and is not created
-    EXPECT_EQ(runKelvane({ "export", "1", "--main-node", node, "--format", "csv" }).out,
-              "name,size,date,description\r\n");
+    EXPECT_EQ(kelvane({ "export", "1", "--format", "csv" }).out, "name,size,date,description\r\n");
     EXPECT_FALSE(fs::exists(files / "FILES.LST"));
 }
 

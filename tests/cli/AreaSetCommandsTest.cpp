@@ -1,34 +1,12 @@
 #include "cli/CliRunner.h"
 
-#include "support/TestBoard.h"
-
-#include <QJsonArray>
-#include <QJsonDocument>
-
-#include <gtest/gtest.h>
-
-#include <map>
-
-using namespace Qt::StringLiterals;
-
-namespace Kelvane {
+namespace Kelvane::Testing {
 namespace {
-
-namespace fs = std::filesystem;
-using Testing::TestBoard;
-
-std::size_t count(const std::string& text, const std::string& piece)
-{
-    std::size_t found = 0;
-    for (std::size_t at = text.find(piece); at != std::string::npos; at = text.find(piece, at + 1))
-        ++found;
-    return found;
-}
 
 // Two areas tracked for the index, each with a new file and a text file to leave out (the
 // second offline, its disc in: a run over many areas opens it without asking), and a third
 // whose directory is gone.
-class AreaSetCommandsTest : public ::testing::Test
+class AreaSetCommandsTest : public CliTest
 {
 protected:
     void SetUp() override
@@ -48,32 +26,14 @@ protected:
         AreaRecord gone = board.simpleRecord("Gone");
         fs::remove_all(gone.path);
         board.addArea(gone);
-        node = board.mainNode().string();
     }
 
-    Testing::CliResult kelvane(std::vector<std::string> arguments)
-    {
-        return Testing::runKelvaneOn(node, std::move(arguments));
-    }
-
-    std::map<std::string, std::string> snapshot() const
-    {
-        std::map<std::string, std::string> files;
-        for (const fs::path& dir : dirs) {
-            for (const fs::directory_entry& entry : fs::directory_iterator(dir))
-                files[entry.path().string()] = TestBoard::readFile(entry.path());
-        }
-        return files;
-    }
-
-    TestBoard board;
     std::vector<fs::path> dirs;
-    std::string node;
 };
 
-TEST_F(AreaSetCommandsTest, AnUnattendedDryRunScanOverTheBoardChangesNothing)
+TEST_F(AreaSetCommandsTest, ADryRunScanOverTheBoardChangesNothingAndMakeIndexIsAskedOnceForEveryArea)
 {
-    const auto before = snapshot();
+    const auto before = snapshot(board.root() / "areas");
     const auto result = kelvane({ "scan", "--all", "--exclude", "*.txt", "--dry-run" });
     EXPECT_EQ(result.status, 1) << "the area whose directory is gone";
     EXPECT_EQ(result.out,
@@ -82,14 +42,13 @@ TEST_F(AreaSetCommandsTest, AnUnattendedDryRunScanOverTheBoardChangesNothing)
     EXPECT_EQ(result.err,
               "kelvane: area 3 (Gone): its file directory " + (board.root() / "areas" / "Gone").string()
                   + " cannot be found; skipped\n");
-    EXPECT_EQ(snapshot(), before);
-}
+    EXPECT_EQ(snapshot(board.root() / "areas"), before);
 
-TEST_F(AreaSetCommandsTest, TheMakeIndexQuestionIsAskedOnceForEveryQueuedArea)
-{
+    // A real scan asks the Make Index question once for every queued area.
     const auto unanswered = kelvane({ "scan", "1-2", "--exclude", "*.TXT", "--exclude", "NONE*" });
     EXPECT_EQ(unanswered.status, 0) << unanswered.err;
-    EXPECT_EQ(count(unanswered.err, "Run Make Index"), 1u) << unanswered.err;
+    EXPECT_THAT(unanswered.err, HasSubstr("Run Make Index")) << unanswered.err;
+    EXPECT_EQ(unanswered.err.find("Run Make Index"), unanswered.err.rfind("Run Make Index")) << "asked once";
     EXPECT_NE(unanswered.err.find("kelvane index 1 2 rebuilds them later"), std::string::npos) << unanswered.err;
     EXPECT_EQ(TestBoard::readFile(dirs[1] / "FILES.LST").find("NOTES.TXT"), std::string::npos);
     EXPECT_NE(TestBoard::readFile(dirs[1] / "FILES.LST").find("NEWBETA.ZIP"), std::string::npos);
@@ -98,7 +57,8 @@ TEST_F(AreaSetCommandsTest, TheMakeIndexQuestionIsAskedOnceForEveryQueuedArea)
         TestBoard::writeFile(dir / "MORE.ZIP", "more");
     const auto answered = kelvane({ "scan", "Alpha,Beta", "--yes" });
     EXPECT_EQ(answered.status, 0) << answered.err;
-    EXPECT_EQ(count(answered.err, "Run Make Index"), 1u) << answered.err;
+    EXPECT_THAT(answered.err, HasSubstr("Run Make Index")) << answered.err;
+    EXPECT_EQ(answered.err.find("Run Make Index"), answered.err.rfind("Run Make Index")) << "asked once";
     EXPECT_TRUE(fs::exists(dirs[0] / "Alpha.IDX"));
     EXPECT_TRUE(fs::exists(dirs[1] / "Beta.IDX"));
 
@@ -111,4 +71,4 @@ TEST_F(AreaSetCommandsTest, TheMakeIndexQuestionIsAskedOnceForEveryQueuedArea)
 }
 
 } // namespace
-} // namespace Kelvane
+} // namespace Kelvane::Testing

@@ -1,28 +1,13 @@
 #include "cli/CliRunner.h"
 
 #include "board/FileDates.h"
-#include "support/TestBoard.h"
 
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-
-#include <gtest/gtest.h>
-
-#include <fstream>
-
-using namespace Qt::StringLiterals;
-
-namespace Kelvane {
+namespace Kelvane::Testing {
 namespace {
-
-namespace fs = std::filesystem;
-using Testing::runKelvane;
-using Testing::TestBoard;
 
 // Utilities (a file of this week, an old one, and a name with a euro sign), a damaged
 // record, Games, and an area whose Files List cannot be read.
-class BoardListCommandsTest : public ::testing::Test
+class BoardListCommandsTest : public CliTest
 {
 protected:
     void SetUp() override
@@ -44,30 +29,22 @@ protected:
         std::fstream farea(board.mainNode() / "Mwork" / "Farea.dat", std::ios::in | std::ios::out | std::ios::binary);
         farea.seekp(1 * 2048 + 1469); // record 2's Files List field claims 128 bytes where 127 fit
         farea.put(static_cast<char>(128));
-        node = board.mainNode().string();
     }
 
-    Testing::CliResult kelvane(std::vector<std::string> arguments)
+    CliResult all(std::vector<std::string> arguments) const
     {
-        arguments.insert(arguments.end(), { "--all", "--main-node", node });
-        return runKelvane(arguments);
+        arguments.push_back("--all");
+        return kelvane(std::move(arguments));
     }
 
-    TestBoard board;
     std::string fresh;
-    std::string node;
 };
 
 TEST_F(BoardListCommandsTest, ListsInEachFormatWithTheBadAreasSkipped)
 {
-    struct Case
-    {
-        std::vector<std::string> arguments;
-        std::vector<std::string> present;
-        std::vector<std::string> absent;
-    };
     const std::string doomLine = "DOOM2.ZIP     1234567 " + fresh + " Doom II \xB3 Hell on Earth";
-    const std::vector<Case> cases = {
+    using Strings = std::vector<std::string>;
+    const std::vector<std::tuple<Strings, Strings, Strings>> cases = {
         { { "allfiles", "--format", "text", "--title", "Night Owl BBS" },
           { "Night Owl BBS\r\nAll files, listed " + listDate(QDate::currentDate()), "Area 1: Utilities\r\n", doomLine,
             "\r\n                               by id Software", "  3 files, 1,234,579 bytes\r\n",
@@ -91,19 +68,19 @@ TEST_F(BoardListCommandsTest, ListsInEachFormatWithTheBadAreasSkipped)
         { { "find", "doom*", "--in", "names" }, { "DOOM2.ZIP", "1 file found in 1 area" }, { "KEEN1" } },
         { { "find", "price\xE2\x82\xAC.*", "--in", "names" }, { "PRICE\xE2\x82\xAC.TXT" }, {} },
     };
-    for (const Case& c : cases) {
+    for (const auto& [arguments, present, absent] : cases) {
         std::string label;
-        for (const std::string& argument : c.arguments)
+        for (const std::string& argument : arguments)
             label += argument + ' ';
-        const Testing::CliResult result = kelvane(c.arguments);
+        const CliResult result = all(arguments);
         EXPECT_EQ(result.status, 1) << label << ": the bad areas fail the run";
-        for (const std::string& piece : c.present)
+        for (const std::string& piece : present)
             EXPECT_NE(result.out.find(piece), std::string::npos) << label << " lacks " << piece << "\n" << result.out;
-        for (const std::string& piece : c.absent)
+        for (const std::string& piece : absent)
             EXPECT_EQ(result.out.find(piece), std::string::npos) << label << " holds " << piece;
         EXPECT_NE(result.err.find("kelvane: area 2: its record in Farea.dat is damaged"), std::string::npos) << label;
         EXPECT_NE(result.err.find("kelvane: area 4 (Unreadable): its Files List "), std::string::npos) << label;
-        const bool cp437 = c.arguments.size() > 4 && c.arguments[4] == "cp437";
+        const bool cp437 = arguments.size() > 4 && arguments[4] == "cp437";
         EXPECT_EQ(result.err.find("the name \"PRICE\xE2\x82\xAC.TXT\" cannot be shown in CP437") != std::string::npos,
                   cp437)
             << label << ": " << result.err;
@@ -112,7 +89,7 @@ TEST_F(BoardListCommandsTest, ListsInEachFormatWithTheBadAreasSkipped)
 
 TEST_F(BoardListCommandsTest, JsonForMachinesAndFilesWrittenWholeOrNotAtAll)
 {
-    const Testing::CliResult listed = kelvane({ "allfiles", "--format", "json", "--title", "Owl" });
+    const CliResult listed = all({ "allfiles", "--format", "json", "--title", "Owl" });
     const QJsonObject list = QJsonDocument::fromJson(QByteArray::fromStdString(listed.out)).object();
     EXPECT_EQ(list[u"board"_s].toString(), u"Owl"_s);
     EXPECT_EQ(list[u"files"_s].toInt(), 4);
@@ -122,7 +99,7 @@ TEST_F(BoardListCommandsTest, JsonForMachinesAndFilesWrittenWholeOrNotAtAll)
     EXPECT_EQ(doom[u"size"_s].toInt(), 1234567);
     EXPECT_EQ(doom[u"description"_s].toArray()[1].toString(), u"by id Software"_s);
 
-    const Testing::CliResult found = kelvane({ "find", "game", "--in", "descriptions", "--json" });
+    const CliResult found = all({ "find", "game", "--in", "descriptions", "--json" });
     const QJsonArray hits = QJsonDocument::fromJson(QByteArray::fromStdString(found.out)).array();
     ASSERT_EQ(hits.size(), 1) << found.out;
     EXPECT_EQ(hits[0].toObject()[u"title"_s].toString(), u"Games & <More>"_s);
@@ -130,12 +107,12 @@ TEST_F(BoardListCommandsTest, JsonForMachinesAndFilesWrittenWholeOrNotAtAll)
 
     const fs::path target = board.root() / "ALLFILES.TXT";
     TestBoard::writeFile(target, "the list before");
-    EXPECT_EQ(kelvane({ "allfiles", "--format", "text", "--output", target.string() }).status, 1);
+    EXPECT_EQ(all({ "allfiles", "--format", "text", "--output", target.string() }).status, 1);
     EXPECT_NE(TestBoard::readFile(target).find("Total: 4 files"), std::string::npos);
     // A directory in the way of the output: refused, and nothing is left beside it.
     const fs::path blocked = board.root() / "blocked";
     fs::create_directory(blocked);
-    const Testing::CliResult refused = kelvane({ "allfiles", "--format", "text", "--output", blocked.string() });
+    const CliResult refused = all({ "allfiles", "--format", "text", "--output", blocked.string() });
     EXPECT_NE(refused.err.find("could not write"), std::string::npos) << refused.err;
     for (const fs::directory_entry& entry : fs::directory_iterator(board.root()))
         EXPECT_EQ(entry.path().filename().string().find(".ALLFILES"), std::string::npos) << entry.path();
@@ -143,11 +120,11 @@ TEST_F(BoardListCommandsTest, JsonForMachinesAndFilesWrittenWholeOrNotAtAll)
     for (const std::vector<std::string>& bad :
          { std::vector<std::string> { "find", "\xE4\xB8\xAD" }, { "allfiles", "--format", "html", "--encoding", "cp437" },
            { "allfiles", "--format", "text", "--since", "13-45-99" } }) {
-        const Testing::CliResult refusedRun = kelvane(bad);
+        const CliResult refusedRun = all(bad);
         EXPECT_EQ(refusedRun.status, 1) << bad[0];
         EXPECT_TRUE(refusedRun.out.empty()) << bad[0] << ": " << refusedRun.out;
     }
 }
 
 } // namespace
-} // namespace Kelvane
+} // namespace Kelvane::Testing

@@ -1,10 +1,15 @@
 #pragma once
 
+#include "board/DemoBoard.h"
 #include "cli/CommandLine.h"
+#include "platform/CodePage.h"
+#include "support/TestBoard.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 
 #include <sstream>
-#include <string>
-#include <vector>
 
 namespace Kelvane::Testing {
 
@@ -36,5 +41,37 @@ inline CliResult runKelvaneOn(const std::string& node, std::vector<std::string> 
     arguments.insert(arguments.end(), { "--main-node", node });
     return runKelvane(std::move(arguments));
 }
+
+/// Every file under a directory with its bytes and mode, to tell whether anything changed.
+inline std::map<std::string, std::string> snapshot(const fs::path& root)
+{
+    std::map<std::string, std::string> files;
+    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(root)) {
+        const std::string mode = std::to_string(static_cast<int>(entry.symlink_status().permissions()));
+        files[entry.path().string()] = entry.is_regular_file() ? mode + ':' + TestBoard::readFile(entry.path()) : mode;
+    }
+    return files;
+}
+
+/// The command line on a board of the test's own; kelvane() names its main node.
+class CliTest : public ::testing::Test
+{
+protected:
+    CliResult kelvane(std::vector<std::string> arguments) const { return runKelvaneOn(node, std::move(arguments)); }
+
+    TestBoard board;
+    std::string node = board.mainNode().string();
+};
+
+/// The command line on the demo board, built afresh for each test.
+class DemoCliTest : public CliTest
+{
+protected:
+    void SetUp() override { node = DemoBoard::build(demo, CodePage::windows1252()).string(); }
+
+    fs::path demo = board.root() / "demo";
+    fs::path utils = demo / "files" / "utils";
+    fs::path cdrom = demo / "files" / "cdrom";
+};
 
 } // namespace Kelvane::Testing

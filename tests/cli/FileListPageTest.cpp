@@ -7,16 +7,8 @@
 #include <QSet>
 #include <QStandardPaths>
 
-#include <gtest/gtest.h>
-
-using namespace Qt::StringLiterals;
-
-namespace Kelvane {
+namespace Kelvane::Testing {
 namespace {
-
-namespace fs = std::filesystem;
-using Testing::runKelvane;
-using Testing::TestBoard;
 
 // The web page as a browser draws it: a laid-out page has headings, tables and text in
 // several colours, not one blank colour.
@@ -62,4 +54,4 @@ TEST(FileListPageTest, TheWebPageIsLaidOutInABrowser)
 }
 
 } // namespace
-} // namespace Kelvane
+} // namespace Kelvane::Testing

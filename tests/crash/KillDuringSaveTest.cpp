@@ -4,8 +4,6 @@
 // temporary file behind.
 #include "support/TestBoard.h"
 
-#include <gtest/gtest.h>
-
 #ifdef __linux__
 #include <cerrno>
 #include <chrono>
@@ -26,7 +24,6 @@ namespace {
 
 #ifdef __linux__
 
-namespace fs = std::filesystem;
 using Clock = std::chrono::steady_clock;
 
 constexpr int Entries = 100000;

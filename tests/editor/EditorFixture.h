@@ -5,10 +5,6 @@
 #include "support/ScriptedPort.h"
 #include "support/TestBoard.h"
 
-#include <gtest/gtest.h>
-
-#include <filesystem>
-
 namespace Kelvane::Testing {
 
 /// An area open in the editor: three directories (the file directory and additional ones

@@ -28,7 +28,7 @@ EntryList entries(int count)
     return list;
 }
 
-TEST(EntryTable, AnOperationOverManyEntriesIsAnnouncedOnce)
+TEST(EntryTable, AnOperationOverManyEntriesIsAnnouncedOnceAndARemovalKeepsTheOrderAndSelection)
 {
     EntryTable table;
     Recorder recorder;
@@ -47,27 +47,25 @@ TEST(EntryTable, AnOperationOverManyEntriesIsAnnouncedOnce)
         recorder.heard,
         (std::vector<std::string> { "reset", "selection", "appended 100000-100001", "changed 10-89999", "selection" }));
     EXPECT_EQ(table.selectedCount(), 89990u);
-}
+    table.removeObserver(&recorder);
 
-TEST(EntryTable, RemovalKeepsTheOrderAndTheSelectionOfTheRest)
-{
-    EntryTable table;
+    // A removal keeps the order and the selection of the rest.
     table.reset(entries(6));
     for (std::size_t i : { 1, 2, 4 })
         table.setSelected(i, true);
-    Recorder recorder;
-    table.addObserver(&recorder);
+    Recorder removal;
+    table.addObserver(&removal);
     table.removeIf([](std::size_t index) { return index % 2 == 0; });
     ASSERT_EQ(table.size(), 3u);
     EXPECT_EQ(table.at(0).FileName, "F1");
     EXPECT_EQ(table.at(2).FileName, "F5");
     EXPECT_EQ(table.selectedIndices(), std::vector<std::size_t> { 0 });
-    EXPECT_EQ(recorder.heard, (std::vector<std::string> { "reset", "selection" }));
+    EXPECT_EQ(removal.heard, (std::vector<std::string> { "reset", "selection" }));
 
     table.reorder({ 2, 0, 1 });
     EXPECT_EQ(table.at(0).FileName, "F5");
     EXPECT_EQ(table.selectedIndices(), std::vector<std::size_t> { 1 });
-    table.removeObserver(&recorder);
+    table.removeObserver(&removal);
 }
 
 } // namespace

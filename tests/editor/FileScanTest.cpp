@@ -6,12 +6,8 @@
 #include "editor/Operations.h"
 #include "platform/ZipWriter.h"
 
-using namespace Qt::StringLiterals;
-
 namespace Kelvane::Testing {
 namespace {
-
-namespace fs = std::filesystem;
 
 using FileScanTest = EditorFixture;
 
@@ -64,25 +60,7 @@ TEST_F(FileScanTest, StoppingKeepsWhatWasAdded)
     EXPECT_TRUE(session->ChangesMade);
 }
 
-TEST(Description, KeepsTheFirstTwentyNonBlankLinesCutTo45)
-{
-    std::string diz;
-    for (int i = 1; i <= 25; ++i)
-        diz += "Line " + std::to_string(i) + (i == 2 ? "   \r\n   \r\n" : "\r\n");
-    std::string expected;
-    for (int i = 1; i <= 20; ++i)
-        expected += "Line " + std::to_string(i) + "\r\n";
-    EXPECT_EQ(descriptionFromDiz(diz), expected);
-    EXPECT_EQ(descriptionFromDiz(std::string(50, 'x') + "\n  indented\n"), std::string(45, 'x') + "\r\n  indented\r\n");
-    EXPECT_EQ(descriptionFromDiz(std::string(44, 'x') + " y\r\n"), std::string(44, 'x') + "\r\n");
-    EXPECT_EQ(descriptionFromDiz("   \r\n\r\n"), "");
-    EXPECT_EQ(descriptionFromDiz("Text\r\n\x1AGarbage after the end\r\n"), "Text\r\n");
-    EXPECT_TRUE(isScanArchiveName("A.ZIP.TXT"));
-    EXPECT_FALSE(isReadDizArchiveName("A.ZIP.TXT"));
-    EXPECT_TRUE(isReadDizArchiveName("A.LZH"));
-}
-
-TEST_F(FileScanTest, DescriptionsComeFromTheArchives)
+TEST_F(FileScanTest, DescriptionsComeFromTheArchivesKeepingTwentyNonBlankLinesCutTo45)
 {
     std::string longDiz;
     for (int i = 1; i <= 25; ++i)
@@ -106,6 +84,22 @@ TEST_F(FileScanTest, DescriptionsComeFromTheArchives)
     EXPECT_EQ(description("TWO.ZIP.TXT"), ".ZIP anywhere in the name\r\n");
     EXPECT_EQ(description("FAKE.ZIP"), "No Description");
     EXPECT_TRUE(fs::is_empty(session->workDirectory()));
+
+    // A description keeps the first twenty non-blank lines, each cut to 45 columns.
+    std::string diz;
+    for (int i = 1; i <= 25; ++i)
+        diz += "Line " + std::to_string(i) + (i == 2 ? "   \r\n   \r\n" : "\r\n");
+    std::string expected;
+    for (int i = 1; i <= 20; ++i)
+        expected += "Line " + std::to_string(i) + "\r\n";
+    EXPECT_EQ(descriptionFromDiz(diz), expected);
+    EXPECT_EQ(descriptionFromDiz(std::string(50, 'x') + "\n  indented\n"), std::string(45, 'x') + "\r\n  indented\r\n");
+    EXPECT_EQ(descriptionFromDiz(std::string(44, 'x') + " y\r\n"), std::string(44, 'x') + "\r\n");
+    EXPECT_EQ(descriptionFromDiz("   \r\n\r\n"), "");
+    EXPECT_EQ(descriptionFromDiz("Text\r\n\x1AGarbage after the end\r\n"), "Text\r\n");
+    EXPECT_TRUE(isScanArchiveName("A.ZIP.TXT"));
+    EXPECT_FALSE(isReadDizArchiveName("A.ZIP.TXT"));
+    EXPECT_TRUE(isReadDizArchiveName("A.LZH"));
 }
 
 TEST_F(FileScanTest, ReadDizReplacesTheSelectedDescriptions)

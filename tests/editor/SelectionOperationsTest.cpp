@@ -3,16 +3,12 @@
 #include "board/FileDates.h"
 #include "editor/Operations.h"
 
-using namespace Qt::StringLiterals;
-
 namespace Kelvane::Testing {
 namespace {
 
-namespace fs = std::filesystem;
-
 using SelectionOperations = EditorFixture;
 
-TEST_F(SelectionOperations, NothingSelectedChangesNothing)
+TEST_F(SelectionOperations, NothingSelectedChangesNothingAndEraseRemovesTheSelectedAfterAsking)
 {
     load({ entry("A.ZIP") });
     const std::vector<void (*)(Session&, EntryTable&)> operations
@@ -25,6 +21,24 @@ TEST_F(SelectionOperations, NothingSelectedChangesNothing)
     }
     EXPECT_EQ(table.entries(), EntryList { entry("A.ZIP") });
     EXPECT_FALSE(session->ChangesMade);
+
+    // Erase removes the selected entries after asking.
+    load({ entry("A"), entry("B"), entry("C"), entry("D") }, { 1, 3 });
+    port.expectAlert("DeleteFilesListOnly", Answer::Cancel);
+    mnuEraseFilesListOnly_Click(*session, table);
+    EXPECT_EQ(table.size(), 4u);
+    EXPECT_FALSE(session->ChangesMade);
+
+    port.expectAlert("DeleteFilesListOnly", Answer::Ok);
+    mnuEraseFilesListOnly_Click(*session, table);
+    EXPECT_EQ(names(), (std::vector<std::string> { "A", "C" }));
+    EXPECT_FALSE(table.anySelected());
+    EXPECT_TRUE(session->ChangesMade);
+
+    mnuSelectAllFiles_Click(table);
+    port.expectAlert("DeleteFilesListOnly", Answer::Ok);
+    mnuEraseFilesListOnly_Click(*session, table);
+    EXPECT_TRUE(table.empty());
 }
 
 TEST_F(SelectionOperations, RefreshTakesValuesFromTheFirstDirectoryHoldingTheFile)
@@ -49,26 +63,6 @@ TEST_F(SelectionOperations, RefreshTakesValuesFromTheFirstDirectoryHoldingTheFil
     mnuFileDate_Click(*session, table);
     EXPECT_EQ(table.at(2).Date, fileListDate(files / "SAME.ZIP"));
     EXPECT_TRUE(session->ChangesMade); // set even though the date was already right
-}
-
-TEST_F(SelectionOperations, EraseRemovesTheSelectedEntriesAfterAsking)
-{
-    load({ entry("A"), entry("B"), entry("C"), entry("D") }, { 1, 3 });
-    port.expectAlert("DeleteFilesListOnly", Answer::Cancel);
-    mnuEraseFilesListOnly_Click(*session, table);
-    EXPECT_EQ(table.size(), 4u);
-    EXPECT_FALSE(session->ChangesMade);
-
-    port.expectAlert("DeleteFilesListOnly", Answer::Ok);
-    mnuEraseFilesListOnly_Click(*session, table);
-    EXPECT_EQ(names(), (std::vector<std::string> { "A", "C" }));
-    EXPECT_FALSE(table.anySelected());
-    EXPECT_TRUE(session->ChangesMade);
-
-    mnuSelectAllFiles_Click(table);
-    port.expectAlert("DeleteFilesListOnly", Answer::Ok);
-    mnuEraseFilesListOnly_Click(*session, table);
-    EXPECT_TRUE(table.empty());
 }
 
 TEST_F(SelectionOperations, DeleteRemovesOnlyFilesFoundInTheAreasOwnDirectories)
@@ -102,7 +96,7 @@ TEST_F(SelectionOperations, DeleteRemovesOnlyFilesFoundInTheAreasOwnDirectories)
     EXPECT_EQ(session->makeIndexList, std::vector<int> { session->area.AreaNumber });
 }
 
-TEST_F(SelectionOperations, DeleteOfMissingFilesRemovesEntriesWithoutMarkingChanges)
+TEST_F(SelectionOperations, DeleteOfMissingFilesMarksNoChangesAndOnACdRomAreaAsksThenRefuses)
 {
     load({ entry("GONE.ZIP"), entry("KEEP.ZIP") }, { 0 });
     port.expectAlert("DeleteFiles", Answer::Ok);
@@ -110,10 +104,8 @@ TEST_F(SelectionOperations, DeleteOfMissingFilesRemovesEntriesWithoutMarkingChan
     EXPECT_EQ(names(), std::vector<std::string> { "KEEP.ZIP" });
     EXPECT_FALSE(session->ChangesMade);
     EXPECT_FALSE(session->IndexPending);
-}
 
-TEST_F(SelectionOperations, DeleteOnACdRomAreaAsksThenRefuses)
-{
+    // On a CD-ROM area the delete asks, then refuses.
     record.cdrom = "Yes";
     open();
     TestBoard::writeFile(files / "A.ZIP", "a");
@@ -126,25 +118,20 @@ TEST_F(SelectionOperations, DeleteOnACdRomAreaAsksThenRefuses)
 
 TEST_F(SelectionOperations, UploaderLinesAreCutAtTheFirstMarker)
 {
-    struct Case
-    {
-        std::string description;
-        std::string expected;
-    };
-    const std::vector<Case> cases = {
+    const std::vector<std::tuple<std::string, std::string>> cases = {
         { "First line\r\nUploaded By: Sam\r\nThird\r\n", "First line\r\n" },
         { "Uploaded By someone\r\n", "" },
         { "uploaded by someone\r\n", "uploaded by someone\r\n" },
         { "A\r\n  Uploaded By x Uploaded By y\r\n", "A\r\n  " },
     };
     EntryList entries;
-    for (const Case& c : cases)
-        entries.push_back(entry("F", c.description));
+    for (const auto& [description, expected] : cases)
+        entries.push_back(entry("F", description));
     entries.push_back(entry("UNSELECTED", "Uploaded By me\r\n"));
     load(entries, { 0, 1, 2, 3 });
     mnuRemoveUploadBy_Click(*session, table);
     for (std::size_t i = 0; i < cases.size(); ++i)
-        EXPECT_EQ(table.at(i).Description, cases[i].expected) << i;
+        EXPECT_EQ(table.at(i).Description, std::get<1>(cases[i])) << i;
     EXPECT_EQ(table.at(4).Description, "Uploaded By me\r\n");
     EXPECT_FALSE(table.anySelected());
     EXPECT_TRUE(session->ChangesMade);

@@ -6,11 +6,8 @@
 #include "support/ScriptedPort.h"
 #include "support/TestBoard.h"
 
-#include <gtest/gtest.h>
-
 #include <cstdio>
 #include <cstdlib>
-#include <map>
 #include <optional>
 
 #ifndef Q_OS_WIN
@@ -21,8 +18,6 @@ using namespace std::string_literals;
 
 namespace Kelvane::Testing {
 namespace {
-
-namespace fs = std::filesystem;
 
 const std::string NoRecord(15, '\0');
 
@@ -60,14 +55,9 @@ protected:
     std::unique_ptr<Session> session = board.session(port);
 };
 
-TEST_F(MakeIndexTest, WritesOneRecordPerFileInSlotAndListingOrder)
+TEST_F(MakeIndexTest, WritesOneRecordPerFileInSlotAndListingOrderLeavingOutNamesByPattern)
 {
-    const struct
-    {
-        std::string title;
-        Slots slots;
-        std::string expected;
-    } cases[] = {
+    const std::tuple<std::string, Slots, std::string> cases[] = {
         { "Gaps",
           { { 0, { "FILES.BBS", "OLD.BAK", "readme.txt", "Long Name Here.zip" } }, { 3, { "third.zip" } } },
           NoRecord + "\0\0LONGNA~1.ZIP\0"s + NoRecord + "\0\0README.TXT\0  "s + "\3\0THIRD.ZIP\0   "s },
@@ -78,8 +68,8 @@ TEST_F(MakeIndexTest, WritesOneRecordPerFileInSlotAndListingOrder)
           "\0\0A.ZIP\0       "s + "\0\0B.ZIP\0       "s + "\1\0ABCDEFGH.ZIP\0"s + "\x0a\0Z.ZIP\0       "s },
         { "CodePage", { { 0, { "café.txt" } } }, "\0\0CAF\xC9.TXT\0    "s },
     };
-    for (const auto& area : cases)
-        addPendingArea(area.title, area.slots);
+    for (const auto& [title, slots, expected] : cases)
+        addPendingArea(title, slots);
     // An old, longer, read-only index is replaced whole, spelled as on disk.
     const fs::path old = board.root() / "index" / "skippedatend.idx";
     TestBoard::writeFile(old, std::string(60, 'X'));
@@ -87,12 +77,22 @@ TEST_F(MakeIndexTest, WritesOneRecordPerFileInSlotAndListingOrder)
 
     Make_Index_File(*session);
 
-    for (const auto& area : cases) {
-        const fs::path index = area.title == "SkippedAtEnd" ? old : indexPath(area.title);
-        ASSERT_TRUE(fs::is_regular_file(index)) << area.title;
-        EXPECT_EQ(TestBoard::readFile(index), area.expected) << area.title;
+    for (const auto& [title, slots, expected] : cases) {
+        const fs::path index = title == "SkippedAtEnd" ? old : indexPath(title);
+        ASSERT_TRUE(fs::is_regular_file(index)) << title;
+        EXPECT_EQ(TestBoard::readFile(index), expected) << title;
     }
     EXPECT_EQ(std::distance(fs::directory_iterator(old.parent_path()), {}), 5); // no temporary file left
+
+    // The names left out are matched with stars standing for any run of characters.
+    const std::tuple<std::string_view, std::string_view, bool> patterns[] = {
+        { ".BAK", "*.BAK", true },     { "A.BAK.BAK", "*.BAK", true }, { "A.BAK.ZIP", "*.BAK", false },
+        { "OLD.bak", "*.BAK", false }, { "FILES.", "FILES.*", true },  { "MYFILES.BBS", "FILES.*", false },
+        { "ABAB", "*AB*AB", true },    { "ABA", "*AB*AB", false },     { "A.ZIP", "?.ZIP", true },
+        { "AB.ZIP", "?.ZIP", false },
+    };
+    for (const auto& [name, pattern, matches] : patterns)
+        EXPECT_EQ(matchesPattern(name, pattern), matches) << name << " ~ " << pattern;
 }
 
 TEST_F(MakeIndexTest, AnEmptyListShowsAndWritesNothing)
@@ -193,23 +193,6 @@ TEST_F(MakeIndexDeathTest, AnIndexPathWithoutADirectoryEndsTheProgramSilently)
     EXPECT_EQ(TestBoard::readFile(indexPath("Before")), "\0\0A.ZIP\0       "s);
     EXPECT_FALSE(fs::exists(indexPath("After")));
     EXPECT_FALSE(fs::exists(pathFromUnicode(session->errorReporter().logPath())));
-}
-
-TEST(MatchesPattern, StarsStandForAnyRunOfCharacters)
-{
-    const struct
-    {
-        std::string_view name;
-        std::string_view pattern;
-        bool matches;
-    } cases[] = {
-        { ".BAK", "*.BAK", true },     { "A.BAK.BAK", "*.BAK", true }, { "A.BAK.ZIP", "*.BAK", false },
-        { "OLD.bak", "*.BAK", false }, { "FILES.", "FILES.*", true },  { "MYFILES.BBS", "FILES.*", false },
-        { "ABAB", "*AB*AB", true },    { "ABA", "*AB*AB", false },     { "A.ZIP", "?.ZIP", true },
-        { "AB.ZIP", "?.ZIP", false },
-    };
-    for (const auto& test : cases)
-        EXPECT_EQ(matchesPattern(test.name, test.pattern), test.matches) << test.name << " ~ " << test.pattern;
 }
 
 } // namespace

@@ -25,7 +25,7 @@ TEST(CodePage, EveryPageMapsEveryByteToOneCharacterAndBack)
     }
 }
 
-TEST(CodePage, KnowsTheBoardsPages)
+TEST(CodePage, KnowsTheBoardsPagesAndUpperCasesWithinThem)
 {
     const CodePage& western = CodePage::windows1252();
     EXPECT_EQ(western.toUnicode("\x80\x81\xE9"), u"\u20AC\u0081\u00E9"_s); // 0x81 is undefined in the page
@@ -35,11 +35,6 @@ TEST(CodePage, KnowsTheBoardsPages)
     EXPECT_EQ(CodePage::named(u"EBCDIC"_s), nullptr);
     EXPECT_EQ(western.fromUnicode(u"a\u4E2Db"_s), "a?b");
     EXPECT_FALSE(western.canEncode(u"\u4E2D"_s));
-}
-
-TEST(CodePage, UpperCasesWithinThePage)
-{
-    const CodePage& western = CodePage::windows1252();
     // ß and µ have no single upper-case character in the page and stay as they are.
     EXPECT_EQ(western.upper("abc\xE9\xDF\xB5\xFF"), "ABC\xC9\xDF\xB5\x9F");
     EXPECT_EQ(CodePage::named(u"CP437"_s)->upper("\x82\x87"), "\x90\x80"); // é, ç

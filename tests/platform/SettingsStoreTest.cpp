@@ -1,24 +1,11 @@
 #include "platform/SettingsStore.h"
 
-#include <QTemporaryDir>
+#include "support/TestBoard.h"
 
-#include <gtest/gtest.h>
-
-#include <fstream>
-#include <iterator>
-
-using namespace Qt::StringLiterals;
-
-namespace Kelvane {
+namespace Kelvane::Testing {
 namespace {
 
-std::string readAll(const QString& path)
-{
-    std::ifstream in(path.toStdString(), std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), {});
-}
-
-TEST(SettingsStore, WritesAPlainIniFileAnOperatorCanRead)
+TEST(SettingsStore, WritesAPlainIniFileAnOperatorCanReadAndReadsThoseOfEarlierBuilds)
 {
     QTemporaryDir directory;
     const QString path = directory.filePath(u"Vandor.ini"_s);
@@ -29,19 +16,15 @@ TEST(SettingsStore, WritesAPlainIniFileAnOperatorCanRead)
         store.saveBool(u"Kelvane Startup"_s, u"RealFileDates"_s, true);
         ASSERT_TRUE(store.sync());
     }
-    EXPECT_EQ(readAll(path),
+    EXPECT_EQ(TestBoard::readFile(path.toStdString()),
               "[Kelvane Startup]\nFATF.ColumnHeaders(1).Width=1440\nRealFileDates=True\n\n"
               "[Vandor Startup]\nVandor Main Path=C:\\Files\\My Stuff\n");
     SettingsStore again(path);
     EXPECT_EQ(again.GetSetting(u"Vandor Startup"_s, u"Vandor Main Path"_s), u"C:\\Files\\My Stuff"_s);
     EXPECT_EQ(again.getInt(u"Kelvane Startup"_s, u"FATF.ColumnHeaders(1).Width"_s, 0), 1440);
     EXPECT_EQ(again.GetSetting(u"Kelvane Startup"_s, u"Missing"_s, u"fallback"_s), u"fallback"_s);
-}
 
-TEST(SettingsStore, ReadsFilesOfEarlierBuildsAndBooleansAsBasicWroteThem)
-{
-    QTemporaryDir directory;
-    const QString path = directory.filePath(u"Vandor.ini"_s);
+    // Files of earlier builds, and booleans as Basic wrote them.
     std::ofstream(path.toStdString()) << "[Vandor\\Kelvane Startup]\nRealFileDates = -1\nSplash=false\n; a comment\n";
     SettingsStore store(path);
     EXPECT_TRUE(store.getBool(u"Kelvane Startup"_s, u"RealFileDates"_s, false));
@@ -53,4 +36,4 @@ TEST(SettingsStore, ReadsFilesOfEarlierBuildsAndBooleansAsBasicWroteThem)
 }
 
 } // namespace
-} // namespace Kelvane
+} // namespace Kelvane::Testing

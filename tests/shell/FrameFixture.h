@@ -8,15 +8,8 @@
 #include "shell/ScriptedQtPort.h"
 #include "support/TestBoard.h"
 
-#include <QAction>
-#include <QApplication>
-#include <QListView>
-#include <QTest>
-#include <filesystem>
-#include <gtest/gtest.h>
-#include <memory>
-#include <string>
-#include <vector>
+#include <QtTest>
+#include <QtWidgets>
 
 namespace Kelvane::Testing {
 
@@ -94,6 +87,15 @@ protected:
     }
 
     QAction* action(const QString& name) const { return find<QAction>(name); }
+
+    /// Types text over the description of the current entry, as a user would.
+    void typeDescription(const QString& text)
+    {
+        auto* box = find<QPlainTextEdit>(u"txtFileDescription"_s);
+        box->setFocus();
+        box->selectAll();
+        QTest::keyClicks(box, text);
+    }
 
     /// Clicks row of the editor's list as a user would.
     void clickRow(int row, Qt::KeyboardModifiers modifiers = {})

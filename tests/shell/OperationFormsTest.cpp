@@ -9,23 +9,8 @@
 #include "shell/MoveFilesProgressForm.h"
 #include "sortmove/MoveFiles.h"
 
-#include <QApplication>
-#include <QLabel>
-#include <QListWidget>
-#include <QPushButton>
-#include <QTest>
-#include <QTreeView>
-
-#include <gtest/gtest.h>
-
-using namespace Qt::StringLiterals;
-
-namespace Kelvane {
+namespace Kelvane::Testing {
 namespace {
-
-namespace fs = std::filesystem;
-using Testing::OperationsHost;
-using Testing::TestBoard;
 
 /// An area open on the host's board, its files directory holding A1..A4.
 class OperationFormsTest : public ::testing::Test
@@ -114,6 +99,7 @@ TEST_F(OperationFormsTest, CancelMoveStopsBeforeTheNextEntry)
     EXPECT_TRUE(fs::exists(fs::path(target.path) / "A1"));
     EXPECT_TRUE(fs::exists(files / "A2"));
     EXPECT_EQ(table.size(), 2u);
+    EXPECT_EQ(table.selectedIndices(), (std::vector<std::size_t> { 0, 1 })) << "the rest stays selected";
     EXPECT_EQ(QApplication::overrideCursor(), nullptr);
 }
 
@@ -167,4 +153,4 @@ TEST_F(OperationFormsTest, MakeIndexRunsOnlyWithAreasWaiting)
 }
 
 } // namespace
-} // namespace Kelvane
+} // namespace Kelvane::Testing

@@ -5,23 +5,8 @@
 #include "platform/FileNames.h"
 #include "support/ScriptedPort.h"
 
-#include <QCheckBox>
-#include <QComboBox>
-#include <QDir>
-#include <QLineEdit>
-#include <QPushButton>
-#include <QTest>
-
-#include <gtest/gtest.h>
-
-#include <memory>
-
-using namespace Qt::StringLiterals;
-
 namespace Kelvane::Testing {
 namespace {
-
-namespace fs = std::filesystem;
 
 class OptionsTest : public ::testing::Test
 {
@@ -65,7 +50,7 @@ TEST_F(OptionsTest, AMainNodeIsStoredWithoutItsLastSeparatorWhateverTheCaseOfIts
     }
 }
 
-TEST_F(OptionsTest, AFolderWithoutTheAreaRecordFileIsRefusedAndNothingIsSaved)
+TEST_F(OptionsTest, AFolderWithoutTheAreaRecordFileIsRefusedBrowseFillsTheBoxAndEscapeSavesNothing)
 {
     const QString empty = unicodeFromPath(board.root() / "empty");
     QDir().mkpath(empty);
@@ -78,28 +63,40 @@ TEST_F(OptionsTest, AFolderWithoutTheAreaRecordFileIsRefusedAndNothingIsSaved)
     type(form, empty);
     QTest::mouseClick(child<QPushButton>(form, u"cmdOK"_s), Qt::LeftButton);
     EXPECT_TRUE(form->isVisible()); // open still, for another choice
-    EXPECT_TRUE(child<QLineEdit>(form, u"txtMainNode"_s)->text().isEmpty());
-    EXPECT_FALSE(child<QPushButton>(form, u"cmdApply"_s)->isEnabled());
+    auto* box = child<QLineEdit>(form, u"txtMainNode"_s);
+    auto* apply = child<QPushButton>(form, u"cmdApply"_s);
+    EXPECT_TRUE(box->text().isEmpty());
+    EXPECT_FALSE(apply->isEnabled());
+
+    port.setFolder(u"/srv/elsewhere"_s);
+    QTest::mouseClick(child<QPushButton>(form, u"cmdBrowseForFolder"_s), Qt::LeftButton);
+    EXPECT_EQ(box->text(), u"/srv/elsewhere"_s);
+    EXPECT_TRUE(apply->isEnabled());
+    port.setFolder({}); // the browser cancelled
+    QTest::mouseClick(child<QPushButton>(form, u"cmdBrowseForFolder"_s), Qt::LeftButton);
+    EXPECT_EQ(box->text(), QString());
+    port.expectContaining(u"Kelvane"_s, u"Can Not find the Path to the needed file "_s);
+    QTest::mouseClick(apply, Qt::LeftButton);
+    EXPECT_TRUE(port.done());
+    QTest::keyClick(form, Qt::Key_Escape);
+    EXPECT_FALSE(form->isVisible());
+    EXPECT_EQ(form->result(), QDialog::Rejected);
     EXPECT_EQ(mainNodePath(), before);
     EXPECT_TRUE(host.setting(u"Vandor Main Path"_s, u"Vandor Startup"_s).isEmpty());
 }
 
 TEST_F(OptionsTest, StartStateAndRealFileDatesAreReadOnLoadAndWrittenByOk)
 {
-    struct Case
-    {
-        QString storedState, storedDates;
-        bool maximized, realDates;
-    };
-    for (const Case& c : { Case { u"0"_s, u"False"_s, false, false }, Case { u"2"_s, u"True"_s, true, true },
-                           Case { u"1"_s, u"-1"_s, false, true } }) {
-        host.settings().SaveSetting(u"Kelvane Startup"_s, u"MainWindowState"_s, c.storedState);
-        host.settings().SaveSetting(u"Kelvane Startup"_s, u"RealFileDates"_s, c.storedDates);
+    const std::tuple<QString, QString, bool, bool> cases[]
+        = { { u"0"_s, u"False"_s, false, false }, { u"2"_s, u"True"_s, true, true }, { u"1"_s, u"-1"_s, false, true } };
+    for (const auto& [storedState, storedDates, maximized, realDates] : cases) {
+        host.settings().SaveSetting(u"Kelvane Startup"_s, u"MainWindowState"_s, storedState);
+        host.settings().SaveSetting(u"Kelvane Startup"_s, u"RealFileDates"_s, storedDates);
         host.session().RealFileDates = false; // nothing reads the store before Options opens
         OptionsForm* form = open();
-        EXPECT_EQ(host.session().RealFileDates, c.realDates);
-        EXPECT_EQ(child<QCheckBox>(form, u"Check1"_s)->isChecked(), c.maximized);
-        EXPECT_EQ(child<QCheckBox>(form, u"Check2"_s)->isChecked(), c.realDates);
+        EXPECT_EQ(host.session().RealFileDates, realDates);
+        EXPECT_EQ(child<QCheckBox>(form, u"Check1"_s)->isChecked(), maximized);
+        EXPECT_EQ(child<QCheckBox>(form, u"Check2"_s)->isChecked(), realDates);
         EXPECT_FALSE(child<QPushButton>(form, u"cmdApply"_s)->isEnabled());
         QTest::keyClick(child<QCheckBox>(form, u"Check1"_s), Qt::Key_Space);
         QTest::keyClick(child<QCheckBox>(form, u"Check2"_s), Qt::Key_Space);
@@ -107,9 +104,9 @@ TEST_F(OptionsTest, StartStateAndRealFileDatesAreReadOnLoadAndWrittenByOk)
         QTest::keyClick(child<QLineEdit>(form, u"txtMainNode"_s), Qt::Key_Return);
         EXPECT_FALSE(form->isVisible());
         EXPECT_EQ(form->result(), QDialog::Accepted);
-        EXPECT_EQ(host.setting(u"MainWindowState"_s), c.maximized ? u"0"_s : u"2"_s);
-        EXPECT_EQ(host.setting(u"RealFileDates"_s), c.realDates ? u"False"_s : u"True"_s);
-        EXPECT_EQ(host.session().RealFileDates, !c.realDates);
+        EXPECT_EQ(host.setting(u"MainWindowState"_s), maximized ? u"0"_s : u"2"_s);
+        EXPECT_EQ(host.setting(u"RealFileDates"_s), realDates ? u"False"_s : u"True"_s);
+        EXPECT_EQ(host.session().RealFileDates, !realDates);
     }
 }
 
@@ -144,29 +141,6 @@ TEST_F(OptionsTest, TheCodePageChangesOnlyWhileNoAreaIsOpen)
         EXPECT_EQ(host.session().codePage().name(), expected);
         EXPECT_EQ(host.setting(u"CodePage"_s), areaNumber == 0 ? expected : QString());
     }
-}
-
-TEST_F(OptionsTest, BrowseFillsTheBoxACancelledOneEmptiesItAndEscapeAppliesNothing)
-{
-    const QString before = mainNodePath();
-    OptionsForm* form = open();
-    auto* box = child<QLineEdit>(form, u"txtMainNode"_s);
-    auto* apply = child<QPushButton>(form, u"cmdApply"_s);
-    port.setFolder(u"/srv/elsewhere"_s);
-    QTest::mouseClick(child<QPushButton>(form, u"cmdBrowseForFolder"_s), Qt::LeftButton);
-    EXPECT_EQ(box->text(), u"/srv/elsewhere"_s);
-    EXPECT_TRUE(apply->isEnabled());
-    port.setFolder({}); // the browser cancelled
-    QTest::mouseClick(child<QPushButton>(form, u"cmdBrowseForFolder"_s), Qt::LeftButton);
-    EXPECT_EQ(box->text(), QString());
-    port.expectContaining(u"Kelvane"_s, u"Can Not find the Path to the needed file "_s);
-    QTest::mouseClick(apply, Qt::LeftButton);
-    EXPECT_TRUE(port.done());
-    QTest::keyClick(form, Qt::Key_Escape);
-    EXPECT_FALSE(form->isVisible());
-    EXPECT_EQ(form->result(), QDialog::Rejected);
-    EXPECT_EQ(mainNodePath(), before);
-    EXPECT_TRUE(host.setting(u"Vandor Main Path"_s, u"Vandor Startup"_s).isEmpty());
 }
 
 } // namespace

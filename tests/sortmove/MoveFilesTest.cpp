@@ -5,8 +5,6 @@
 namespace Kelvane::Testing {
 namespace {
 
-namespace fs = std::filesystem;
-
 class MoveFilesTest : public EditorFixture
 {
 protected:
@@ -25,15 +23,9 @@ protected:
     int targetNumber = 0;
 };
 
-TEST_F(MoveFilesTest, RefusesTargetsInTheChoosersOrder)
+TEST_F(MoveFilesTest, RefusesTargetsInTheChoosersOrderAndMovesFilesAppendingTheirEntriesAtOnce)
 {
-    struct Case
-    {
-        const char* what;
-        std::function<AreaRecord()> make;
-        const char* alert;
-    };
-    const std::vector<Case> cases = {
+    const std::vector<std::tuple<const char*, std::function<AreaRecord()>, const char*>> cases = {
         { "an offline target gets the CD-ROM text",
           [&] {
               AreaRecord r = board.simpleRecord("offline");
@@ -50,20 +42,18 @@ TEST_F(MoveFilesTest, RefusesTargetsInTheChoosersOrder)
           },
           "CanNotFindFileListPath" },
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.what);
-        const int number = board.addArea(c.make());
-        port.expectAlert(c.alert, Answer::Ok, { QString::fromStdString(board.mainNode().string()), {} });
+    for (const auto& [what, make, alert] : cases) {
+        SCOPED_TRACE(what);
+        const int number = board.addArea(make());
+        port.expectAlert(alert, Answer::Ok, { QString::fromStdString(board.mainNode().string()), {} });
         EXPECT_FALSE(acceptMoveTarget(*session, number));
     }
     port.expectAlert("NoMoveSameFileArea");
     EXPECT_FALSE(acceptMoveTarget(*session, session->area.AreaNumber));
     EXPECT_EQ(session->target.TargetAreaNumber, 0);
     EXPECT_TRUE(acceptMoveTarget(*session, targetNumber));
-}
 
-TEST_F(MoveFilesTest, MovesFilesAndAppendsTheirEntriesAtOnce)
-{
+    // To a fit target, files move and their entries are appended at once.
     TestBoard::writeFile(fs::path(record.alt[0]) / "Game.zip", "game");
     TestBoard::writeFile(files / "CLASH.ZIP", "source copy");
     TestBoard::writeFile(targetFiles / "clash.zip", "target copy");
@@ -93,20 +83,6 @@ TEST_F(MoveFilesTest, MovesFilesAndAppendsTheirEntriesAtOnce)
                   + std::string(38, ' ') + "\r\n");
     EXPECT_TRUE(session->ChangesMade);
     EXPECT_EQ(session->makeIndexList, std::vector<int> { session->area.AreaNumber });
-}
-
-TEST_F(MoveFilesTest, CancelStopsBeforeTheNextEntry)
-{
-    for (const char* name : { "ONE.ZIP", "TWO.ZIP", "THREE.ZIP" })
-        TestBoard::writeFile(files / name, name);
-    load({ entry("ONE.ZIP"), entry("TWO.ZIP"), entry("THREE.ZIP") }, { 0, 1, 2 });
-    ASSERT_TRUE(acceptMoveTarget(*session, targetNumber));
-    port.onEvents = [&](int turn) { session->CancelMove = turn == 2; };
-    EXPECT_EQ(MoveFiles(*session, table), 1u);
-    EXPECT_EQ(names(), (std::vector<std::string> { "TWO.ZIP", "THREE.ZIP" }));
-    EXPECT_EQ(table.selectedIndices(), (std::vector<std::size_t> { 0, 1 }));
-    EXPECT_TRUE(fs::exists(targetFiles / "ONE.ZIP"));
-    EXPECT_TRUE(fs::exists(files / "TWO.ZIP"));
 }
 
 } // namespace

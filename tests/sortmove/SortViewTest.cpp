@@ -2,23 +2,12 @@
 
 #include "sortmove/SortView.h"
 
-using namespace Qt::StringLiterals;
-
 namespace Kelvane::Testing {
 namespace {
 
 class SortViewTest : public EditorFixture
 {
 protected:
-    // Entries named after their rank so an order reads at a glance.
-    void loadSizes(const std::vector<std::pair<std::string, std::string>>& entries)
-    {
-        EntryList list;
-        for (const auto& [name, size] : entries)
-            list.push_back({ name, size, "01-01-96", "d\r\n" });
-        load(list);
-    }
-
     std::vector<std::string> shown(const SortView& view) const
     {
         std::vector<std::string> result;
@@ -28,7 +17,7 @@ protected:
     }
 };
 
-TEST_F(SortViewTest, TheDescriptionColumnOnlyReordersInTextSortMode)
+TEST_F(SortViewTest, DescriptionsReorderOnlyInTextSortModeAndColumnsSortByTheBoardsRules)
 {
     load({ { "B", " 1", "", "zebra\r\n" }, { "A", " 2", "", "apple\r\n" }, { "C", " 3", "", "mango\r\n" } });
     SortView view(*session, table);
@@ -48,10 +37,7 @@ TEST_F(SortViewTest, TheDescriptionColumnOnlyReordersInTextSortMode)
     table.removeIf([&](std::size_t index) { return table.at(index).FileName == "C"; });
     view.resync();
     EXPECT_EQ(shown(view), (std::vector<std::string> { "A", "D", "B" }));
-}
 
-TEST_F(SortViewTest, EqualKeysComeOutAsTheMergeRuleMakesThem)
-{
     // Equal values answer 1, which puts the right element first in every merge.
     std::vector<std::size_t> order = { 0, 1, 2, 3, 4 };
     SortView::mergeSort(order, [](std::size_t, std::size_t) { return 1; });
@@ -59,35 +45,38 @@ TEST_F(SortViewTest, EqualKeysComeOutAsTheMergeRuleMakesThem)
     order = { 0, 1, 2, 3, 4 };
     SortView::mergeSort(order, [](std::size_t, std::size_t) { return 0; });
     EXPECT_EQ(order, (std::vector<std::size_t> { 0, 1, 2, 3, 4 }));
-
-    loadSizes({ { "first", " 5" }, { "second", " 5" }, { "third", " 5" } });
-    SortView view(*session, table);
-    view.columnClick(SortView::Size);
-    EXPECT_EQ(shown(view), (std::vector<std::string> { "third", "second", "first" }));
     EXPECT_EQ(SortView::compare(true, 1, 2), 0);
     EXPECT_EQ(SortView::compare(false, 1, 2), 2);
     EXPECT_EQ(SortView::compare(false, 3, 3), 1);
-}
 
-TEST_F(SortViewTest, DatesSortWithTheBoardsCenturyRuleAndEmptyAsTheZeroDate)
-{
-    load({ { "y2029", " 1", "06-01-29", "" },
-           { "y1930", " 1", "06-01-30", "" },
-           { "empty", " 1", "", "" },
-           { "y1996", " 1", "12-31-1996", "" } });
-    SortView view(*session, table);
-    view.columnClick(SortView::Size);
-    view.columnClick(SortView::Date); // the second click: toggle false, dates descending
-    EXPECT_EQ(shown(view), (std::vector<std::string> { "y2029", "y1996", "y1930", "empty" }));
-}
-
-TEST_F(SortViewTest, BadCellsAreReportedAndCountAsZero)
-{
-    loadSizes({ { "big", " 9" }, { "bad", "lots" }, { "small", " 1" } });
-    port.expectError("lsvEditFileArea_GetItemValueStr");
-    SortView view(*session, table);
-    view.columnClick(SortView::Size);
-    EXPECT_EQ(shown(view), (std::vector<std::string> { "bad", "small", "big" }));
+    // The entries, the headings clicked, the order shown; a bad cell is reported.
+    const std::tuple<EntryList, std::vector<SortView::Column>, std::vector<std::string>, bool> cases[] = {
+        { { { "first", " 5", "", "" }, { "second", " 5", "", "" }, { "third", " 5", "", "" } },
+          { SortView::Size },
+          { "third", "second", "first" },
+          false },
+        // The second click: toggle false, dates descending; an empty date is the zero date.
+        { { { "y2029", " 1", "06-01-29", "" }, { "y1930", " 1", "06-01-30", "" }, { "empty", " 1", "", "" },
+            { "y1996", " 1", "12-31-1996", "" } },
+          { SortView::Size, SortView::Date },
+          { "y2029", "y1996", "y1930", "empty" },
+          false },
+        { { { "big", " 9", "", "" }, { "bad", "lots", "", "" }, { "small", " 1", "", "" } },
+          { SortView::Size },
+          { "bad", "small", "big" },
+          true },
+    };
+    for (const auto& [entries, clicks, expected, badCell] : cases) {
+        SCOPED_TRACE(expected.front());
+        load(entries);
+        session->SortToggle = false; // a fresh start
+        if (badCell)
+            port.expectError("lsvEditFileArea_GetItemValueStr");
+        SortView view(*session, table);
+        for (const SortView::Column column : clicks)
+            view.columnClick(column);
+        EXPECT_EQ(shown(view), expected);
+    }
     EXPECT_EQ(sizeSortValue(" 12345"), 12345);
     EXPECT_EQ(sizeSortValue("2147483648"), std::nullopt);
     EXPECT_EQ(sizeSortValue("12x"), std::nullopt);

@@ -6,13 +6,26 @@
 
 #include <QTemporaryDir>
 
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
 #include <filesystem>
+#include <fstream>
+#include <functional>
+#include <map>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <vector>
 
 namespace Kelvane::Testing {
+
+// What nearly every test file spells out otherwise.
+namespace fs = std::filesystem;
+using namespace Qt::StringLiterals;
+using ::testing::HasSubstr;
+using ::testing::Not;
 
 /// A board of its own in a temporary directory for one test, with the settings file and the
 /// program's directory inside it (KELVANE_SETTINGS and KELVANE_HOME point there).
