@@ -186,6 +186,7 @@ TEST_F(FindFilesTest, CancelStopsBetweenAreasAndOneAreaCanBeChosen)
 
     // Exit in the middle of a search: the search stops, and one Exit is enough.
     form->findChild<QComboBox*>(u"cboFileAreas"_s)->setCurrentIndex(0);
+    port.script.eventTurns = 0;
     port.script.onEvents = [&](int turn) {
         if (turn == 1)
             frame->findChild<QAction*>(u"mnuExit"_s)->trigger();
