@@ -75,28 +75,8 @@ public:
                 return ExitFailed;
             }
         }
-        // CD-ROM and offline areas are never changed: their lists are read as the board-wide
-        // commands read them, without the offline CD's question, only to say what would change.
-        BoardSession probe(context, m_options.mainNode, m_options.yes);
-        const AreaSet set = probe.areaSet(m_options.areas.selection());
-        const Board& board = probe.board();
-        QStringList editable;
-        std::vector<int> readOnly;
-        for (const int number : set.numbers) {
-            if (board.area(number).readOnly())
-                readOnly.push_back(number);
-            else
-                editable.append(QString::number(number));
-        }
-        int status = ExitDone;
-        if (!editable.isEmpty()) {
-            EditOptions options = m_options;
-            options.areas = AreaOptions { { editable.join(u',').toStdString() }, {}, false, {} };
-            status
-                = runEditCommand(context, options, [&](EditSession& edit) { return cleanIn(edit, context, cleaner); });
-        }
-        if (!readOnly.empty() && reportReadOnly(board, readOnly, context, cleaner) != ExitDone)
-            status = ExitFailed;
+        const int status
+            = runEditCommand(context, m_options, [&](EditSession& edit) { return cleanIn(edit, context, cleaner); });
         const char* verb = m_options.dryRun ? " would change in " : " cleaned in ";
         context.out << "total: " << counted(m_changed, "description") << verb << counted(m_areasChanged, "area")
                     << '\n';
@@ -149,7 +129,9 @@ private:
         const CodePage& page = edit.codePage();
         const std::size_t looked = table.selectedCount();
         std::size_t changed = 0;
-        if (m_options.dryRun) {
+        // A CD-ROM or offline area is never changed: it is only told what would change.
+        const bool readOnly = area.IsCDRom || area.IsOffline;
+        if (m_options.dryRun || readOnly) {
             changed = showChanges(context.out, page, table.entries(), table.selectedIndices(), cleaner);
             table.clearSelection();
             edit.setChangesPrinted();
@@ -161,6 +143,10 @@ private:
         const bool saved = !m_options.dryRun && changed > 0 && !edit.session().ChangesMade;
         std::ostream& out = context.out;
         summary(out, page, area.AreaNumber, area.AreaTitle, changed, looked);
+        if (readOnly) {
+            out << (changed > 0 ? " would change" : " unchanged") << "; left alone, the area is on a CD-ROM or offline\n";
+            return status;
+        }
         if (changed == 0)
             out << " unchanged\n";
         else if (m_options.dryRun)
@@ -170,38 +156,6 @@ private:
         if (changed > 0 && (m_options.dryRun || saved)) {
             m_changed += changed;
             ++m_areasChanged;
-        }
-        return status;
-    }
-
-    int reportReadOnly(const Board& board,
-                       const std::vector<int>& numbers,
-                       CommandContext& context,
-                       const DescriptionCleaner& cleaner) const
-    {
-        const CodePage& page = board.codePage();
-        int status = ExitDone;
-        for (const int number : numbers) {
-            const BoardArea& area = board.area(number);
-            AreaContents contents { area, 1, 1, {}, false, {} };
-            if (const std::optional<AreaProblem> problem = BoardReader(board).readArea(area, contents)) {
-                context.err << "kelvane: " << problem->line(page).toStdString() << '\n';
-                status = ExitFailed;
-                continue;
-            }
-            std::vector<std::size_t> indices;
-            for (std::size_t i = 0; i < contents.entries.size(); ++i) {
-                const QString name = foldName(page.toUnicode(contents.entries[i].FileName));
-                bool named = m_options.names.empty();
-                for (const std::string& wanted : m_options.names)
-                    named = named || foldName(QString::fromStdString(wanted)) == name;
-                if (named)
-                    indices.push_back(i);
-            }
-            const std::size_t changed = showChanges(context.out, page, contents.entries, indices, cleaner);
-            summary(context.out, page, number, area.title(), changed, indices.size());
-            context.out << (changed > 0 ? " would change" : " unchanged")
-                        << "; left alone, the area is on a CD-ROM or offline\n";
         }
         return status;
     }
