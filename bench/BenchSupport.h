@@ -63,6 +63,43 @@ inline void addListedArea(const std::filesystem::path& node,
     BoardTool::add(node, record);
 }
 
+/// A board at root/board of areaCount areas, "Area 1" on, each over root/areas/A<number>
+/// with entriesPerArea entries from entryOf(area, i); with writeFile, each entry's file is
+/// written by it into the area's directory.
+inline std::filesystem::path
+buildBoard(const std::filesystem::path& root,
+           int areaCount,
+           int entriesPerArea,
+           const std::function<Entry(int area, int i)>& entryOf,
+           const std::function<void(const std::filesystem::path& directory, const Entry& entry)>& writeFile = {})
+{
+    const std::filesystem::path node = root / "board";
+    BoardTool::init(node);
+    for (int area = 1; area <= areaCount; ++area) {
+        const std::filesystem::path directory = root / "areas" / ("A" + std::to_string(area));
+        std::filesystem::create_directories(directory);
+        EntryList entries;
+        entries.reserve(static_cast<std::size_t>(entriesPerArea));
+        for (int i = 0; i < entriesPerArea; ++i) {
+            entries.push_back(entryOf(area, i));
+            if (writeFile)
+                writeFile(directory, entries.back());
+        }
+        addListedArea(node, area, directory, entries);
+    }
+    return node;
+}
+
+/// The entry the board-wide benchmarks list by default: F<area><i>.ZIP with two lines of
+/// description.
+inline Entry benchEntry(int area, int i)
+{
+    char name[16];
+    std::snprintf(name, sizeof name, "F%03d%04d.ZIP", area, i);
+    return { name, " " + std::to_string(1000 + i), "05-17-96",
+             "A file of the bench board, number " + std::to_string(i) + "\r\nwith a second line of description\r\n" };
+}
+
 /// The median wall time of runs calls of work, each after prepare (not timed).
 inline double medianSeconds(int runs, const std::function<void()>& work, const std::function<void()>& prepare = {})
 {

@@ -29,24 +29,15 @@ constexpr int EntriesPerArea = 10000;
 // thousand mentions a door game, so the new-files list and the search have something to find.
 fs::path buildBoard(const fs::path& root)
 {
-    const fs::path node = root / "board";
-    BoardTool::init(node);
     const std::string thisWeek = listDate(QDate::currentDate().addDays(-2));
-    for (int area = 1; area <= AreaCount; ++area) {
-        const fs::path directory = root / "areas" / ("A" + std::to_string(area));
-        fs::create_directories(directory);
-        EntryList entries;
-        entries.reserve(EntriesPerArea);
-        for (int i = 0; i < EntriesPerArea; ++i) {
-            char name[16];
-            std::snprintf(name, sizeof name, "F%03d%04d.ZIP", area, i);
-            entries.push_back({ name, " " + std::to_string(1000 + i), i % 100 == 0 ? thisWeek : "05-17-96",
-                                (i % 1000 == 7 ? "A door game for your board, number " : "A file of the bench board, number ")
-                                    + std::to_string(i) + "\r\nwith a second line of description\r\n" });
-        }
-        Bench::addListedArea(node, area, directory, entries);
-    }
-    return node;
+    return Bench::buildBoard(root, AreaCount, EntriesPerArea, [&](int area, int i) {
+        Entry entry = Bench::benchEntry(area, i);
+        if (i % 100 == 0)
+            entry.Date = thisWeek;
+        if (i % 1000 == 7)
+            entry.Description.replace(0, entry.Description.find(", number"), "A door game for your board");
+        return entry;
+    });
 }
 
 struct Measure

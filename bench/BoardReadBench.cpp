@@ -22,29 +22,6 @@ namespace {
 constexpr int AreaCount = 100;
 constexpr int EntriesPerArea = 10000;
 
-// Every list written straight by the Files List writer; with files, each entry's file too.
-fs::path buildBoard(const fs::path& root, bool files)
-{
-    const fs::path node = root / "board";
-    BoardTool::init(node);
-    for (int area = 1; area <= AreaCount; ++area) {
-        const fs::path directory = root / "areas" / ("A" + std::to_string(area));
-        fs::create_directories(directory);
-        EntryList entries;
-        entries.reserve(EntriesPerArea);
-        for (int i = 0; i < EntriesPerArea; ++i) {
-            char name[16];
-            std::snprintf(name, sizeof name, "F%03d%04d.ZIP", area, i);
-            entries.push_back({ name, " " + std::to_string(1000 + i), "05-17-96",
-                                "A file of the bench board, number " + std::to_string(i)
-                                    + "\r\nwith a second line of description\r\n" });
-            if (files)
-                std::ofstream(directory / name).put('x');
-        }
-        Bench::addListedArea(node, area, directory, entries);
-    }
-    return node;
-}
 
 class Counter : public AreaVisitor
 {
@@ -70,7 +47,10 @@ int main(int argc, char* argv[])
     const fs::path root = temporary.path().toStdString();
     std::printf("Building a board of %d areas x %d entries%s...\n", AreaCount, EntriesPerArea,
                 withFiles ? " with their files" : "");
-    const fs::path node = buildBoard(root, withFiles);
+    const fs::path node = Bench::buildBoard(root, AreaCount, EntriesPerArea, Bench::benchEntry,
+                                         withFiles ? [](const fs::path& directory, const Entry& entry) {
+                                             std::ofstream(directory / entry.FileName).put('x');
+                                         } : std::function<void(const fs::path&, const Entry&)> {});
 
     const CodePage& page = CodePage::windows1252();
     std::vector<int> all;

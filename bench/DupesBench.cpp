@@ -36,30 +36,20 @@ constexpr int LargeFileMegabytes = 128;
 // shares its size and is read for its hash on the first run.
 fs::path buildBoard(const fs::path& root)
 {
-    const fs::path node = root / "board";
-    BoardTool::init(node);
-    for (int area = 1; area <= AreaCount; ++area) {
-        const fs::path directory = root / "areas" / ("A" + std::to_string(area));
-        fs::create_directories(directory);
-        EntryList entries;
-        entries.reserve(EntriesPerArea);
-        for (int i = 0; i < EntriesPerArea; ++i) {
-            char name[16];
-            std::string bytes;
-            if (i % 100 == 0) {
-                std::snprintf(name, sizeof name, "D%07d.ZIP", i);
-                bytes = "the same file, number " + std::to_string(i);
-            } else {
-                std::snprintf(name, sizeof name, "F%03d%04d.ZIP", area, i);
-                bytes = std::string(name) + std::string(static_cast<std::size_t>(i % 48), '.');
-            }
-            std::ofstream(directory / name, std::ios::binary) << bytes;
-            entries.push_back({ name, " " + std::to_string(bytes.size()), "05-17-96",
-                                "A file of the bench board, number " + std::to_string(i) + "\r\n" });
+    return Bench::buildBoard(root, AreaCount, EntriesPerArea, [&](int area, int i) {
+        char name[16];
+        std::string bytes;
+        if (i % 100 == 0) {
+            std::snprintf(name, sizeof name, "D%07d.ZIP", i);
+            bytes = "the same file, number " + std::to_string(i);
+        } else {
+            std::snprintf(name, sizeof name, "F%03d%04d.ZIP", area, i);
+            bytes = std::string(name) + std::string(static_cast<std::size_t>(i % 48), '.');
         }
-        Bench::addListedArea(node, area, directory, entries);
-    }
-    return node;
+        std::ofstream(root / "areas" / ("A" + std::to_string(area)) / name, std::ios::binary) << bytes;
+        return Entry { name, " " + std::to_string(bytes.size()), "05-17-96",
+                       "A file of the bench board, number " + std::to_string(i) + "\r\n" };
+    });
 }
 
 // MB/s of hashing the file through update(chunk).

@@ -38,26 +38,6 @@ constexpr int AreaCount = 100;
 constexpr int EntriesPerArea = 10000;
 constexpr int Runs = 3;
 
-fs::path buildBoard(const fs::path& root)
-{
-    const fs::path node = root / "board";
-    BoardTool::init(node);
-    for (int area = 1; area <= AreaCount; ++area) {
-        const fs::path directory = root / "areas" / ("A" + std::to_string(area));
-        fs::create_directories(directory);
-        EntryList entries;
-        entries.reserve(EntriesPerArea);
-        for (int i = 0; i < EntriesPerArea; ++i) {
-            char name[16];
-            std::snprintf(name, sizeof name, "F%03d%04d.ZIP", area, i);
-            entries.push_back({ name, " " + std::to_string(1000 + i), "05-17-96",
-                                "A file of the bench board, number " + std::to_string(i)
-                                    + "\r\nwith a second line of description\r\n" });
-        }
-        Bench::addListedArea(node, area, directory, entries);
-    }
-    return node;
-}
 
 class Counter : public SearchSink
 {
@@ -88,7 +68,7 @@ int main(int argc, char* argv[])
     qputenv("KELVANE_HOME", QByteArray::fromStdString((root / "program").string()));
     qputenv("KELVANE_SETTINGS", QByteArray::fromStdString((root / "Vandor.ini").string()));
     std::printf("Building a board of %d areas x %d entries...\n\n", AreaCount, EntriesPerArea);
-    const fs::path node = buildBoard(root);
+    const fs::path node = Bench::buildBoard(root, AreaCount, EntriesPerArea, Bench::benchEntry);
     writeMissingAnimations(root / "program");
 
     QtPort port;
