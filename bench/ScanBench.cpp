@@ -1,7 +1,7 @@
 // The new-file scan of an area of 20,000 files, 10,000 of them new ZIP archives carrying a
 // FILE_ID.DIZ, against its target, against its floor (each archive opened with libarchive
 // and its FILE_ID.DIZ read into memory, nothing else) and against a loop running one
-// "unzip -p" per archive.
+// "unzip -p" per archive (a tenth of them timed, scaled to all).
 //
 //   build/bench/scan_bench
 //
@@ -112,11 +112,14 @@ int main()
     std::printf("%-48s %9.1f ms\n", "floor: libarchive reads each FILE_ID.DIZ", floor * 1000);
     pass &= report("scan against its floor", scan / floor, 2, "x");
 
+    // A process per archive costs the same for each: a tenth of them, timed and scaled,
+    // says as much as all of them in a tenth of the time.
+    const std::size_t sampled = archives.size() / 10;
     const double loop = medianSeconds(1, [&] {
-        for (const fs::path& archive : archives)
-            unzipOne(archive);
-    });
-    std::printf("%-48s %9.1f ms\n", "one unzip -p per archive", loop * 1000);
+        for (std::size_t i = 0; i < sampled; ++i)
+            unzipOne(archives[i]);
+    }) * static_cast<double>(archives.size()) / static_cast<double>(sampled);
+    std::printf("%-48s %9.1f ms (%zu timed, scaled)\n", "one unzip -p per archive", loop * 1000, sampled);
     pass &= reportAtLeast("scan against the unzip loop", loop / scan, 15, "x");
     return finish(pass);
 }
