@@ -31,6 +31,20 @@ ExtractResult extractMember(const std::filesystem::path& archive,
                             std::string_view memberName,
                             ArchiveReaders readers = ArchiveReaders::WithSevenZip);
 
+/// A member read into memory instead of written: what extractMember would have written
+/// (data), and the result it would have given.
+struct MemberRead
+{
+    ExtractResult result = ExtractResult::Unreadable;
+    std::string data; // the member's first MemberLimit bytes when result is Extracted
+};
+
+/// The reading half of extractMember: the same member, found by the same readers under the
+/// same rules, kept in memory.
+MemberRead readMember(const std::filesystem::path& archive,
+                      std::string_view memberName,
+                      ArchiveReaders readers = ArchiveReaders::WithSevenZip);
+
 /// What reading a whole archive found.
 struct ArchiveTest
 {
