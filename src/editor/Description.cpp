@@ -8,6 +8,7 @@
 
 #include <QString>
 
+#include <algorithm>
 #include <array>
 #include <fstream>
 
@@ -64,16 +65,43 @@ std::optional<std::string> takeExtractedDescription(const fs::path& workDirector
     std::error_code error;
     if (!file || !fs::is_regular_file(*file, error))
         return std::nullopt;
+    // At most the first MemberLimit bytes, in a buffer the size of what is there: the file is
+    // a description of a few hundred bytes far more often than a megabyte.
     std::string text;
     {
         std::ifstream in(*file, std::ios::binary);
-        text.resize(MemberLimit);
-        in.read(text.data(), static_cast<std::streamsize>(text.size()));
-        text.resize(static_cast<std::size_t>(in.gcount()));
+        std::size_t size = 0;
+        while (in && size < MemberLimit) {
+            text.resize(std::min(MemberLimit, std::max<std::size_t>(4096, text.size() * 2)));
+            in.read(text.data() + size, static_cast<std::streamsize>(text.size() - size));
+            size += static_cast<std::size_t>(in.gcount());
+        }
+        text.resize(size);
     }
     std::string description = descriptionFromDiz(text);
     if (ClearAttributes(*file))
         fs::remove(*file, error);
+    return description;
+}
+
+WorkDescriptions::WorkDescriptions(fs::path workDirectory)
+    : m_work(std::move(workDirectory))
+{
+}
+
+std::optional<std::string> WorkDescriptions::take(const fs::path& file, bool isArchive)
+{
+    if (m_direct) {
+        if (!isArchive)
+            return std::nullopt;
+        MemberRead read = readMember(file, DescriptionMember);
+        if (read.result != ExtractResult::Extracted)
+            return std::nullopt;
+        return descriptionFromDiz(read.data);
+    }
+    const bool written = isArchive && extractMember(file, m_work, DescriptionMember) == ExtractResult::Extracted;
+    std::optional<std::string> description = takeExtractedDescription(m_work);
+    m_direct = written && description && !extractedFile(m_work);
     return description;
 }
 

@@ -46,6 +46,7 @@ public:
         m_work = m_session.workDirectory();
         if (!MakePath(m_work))
             return 0; // no Work directory: nothing can be extracted, so nothing is done
+        m_descriptions.emplace(m_work);
         OperationScope scope(m_session);
         const CurrentArea& area = m_session.area;
         m_skipList = foldName(unicodeFromPath(PathUtility::FileNameOf(area.FileListPath)));
@@ -135,11 +136,9 @@ private:
         m_port.progressText(ProgressLine::Count, QString::number(m_added));
         m_port.progressText(ProgressLine::Status, u"Reading File and Extracting File Description!"_s);
         const std::string name = m_page.upper(m_page.fromUnicode(upperName));
-        if (isScanArchiveName(name))
-            extractMember(file, m_work, DescriptionMember);
         // Asked for every new file: a description left in the Work directory by a file that
         // could not be deleted serves the next file too.
-        std::optional<std::string> extracted = takeExtractedDescription(m_work);
+        std::optional<std::string> extracted = m_descriptions->take(file, isScanArchiveName(name));
         if (!extracted)
             extracted = fromList();
         std::string description = extracted.value_or(std::string(NoDescription));
@@ -169,6 +168,7 @@ private:
     const CodePage& m_page;
     UserPort& m_port;
     fs::path m_work;
+    std::optional<WorkDescriptions> m_descriptions;
     QString m_skipList;
     QString m_skipIndex;
     QSet<QString> m_listed;

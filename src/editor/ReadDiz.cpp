@@ -23,11 +23,13 @@ void mnuReadDIZ_Click(Session& session, EntryTable& table)
         const std::filesystem::path work = session.workDirectory();
         MakePath(work);
         FileLookup lookup(session.codePage());
+        WorkDescriptions descriptions(work);
         outcome
             = forEachSelectedFile(session, table, lookup, [&](std::size_t index, const std::filesystem::path& file) {
-                  if (isReadDizArchiveName(session.codePage().upper(trimSpaces(table.at(index).FileName))))
-                      extractMember(file, work, DescriptionMember);
-                  std::string description = takeExtractedDescription(work).value_or(std::string(NoDescription));
+                  const bool isArchive
+                      = isReadDizArchiveName(session.codePage().upper(trimSpaces(table.at(index).FileName)));
+                  std::string description
+                      = descriptions.take(file, isArchive).value_or(std::string(NoDescription));
                   table.update(index, [&](Entry& entry) { entry.Description = std::move(description); });
                   session.ChangesMade = true;
               });

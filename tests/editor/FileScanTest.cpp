@@ -46,6 +46,29 @@ TEST_F(FileScanTest, RealFileDatesAndALeftoverDescription)
     EXPECT_FALSE(fs::exists(session->workDirectory() / "file_id.diz"));
 }
 
+TEST_F(FileScanTest, ArchivesGiveNoDescriptionWhileTheWorkDirectoryCannotTakeOne)
+{
+    // A folder named FILE_ID.DIZ in Work: no description can be written there, so none is
+    // read, for the first archive and every one after it.
+    fs::create_directories(session->workDirectory() / "FILE_ID.DIZ" / "inside");
+    for (const char* name : { "A.ZIP", "B.ZIP", "C.ZIP" })
+        writeZip(files / name, { { "FILE_ID.DIZ", "A real description\r\n" } });
+    EXPECT_EQ(mnuFileScan_Click(*session, table), 3u);
+    for (const Entry& entry : table.entries())
+        EXPECT_EQ(entry.Description, "No Description") << entry.FileName;
+
+    // Once it is gone, the descriptions come through again, each archive its own.
+    fs::remove_all(session->workDirectory() / "FILE_ID.DIZ");
+    for (const char* name : { "D.ZIP", "E.ZIP", "F.ZIP" })
+        writeZip(files / name, { { "FILE_ID.DIZ", std::string("Number ") + name + "\r\n" } });
+    TestBoard::writeFile(files / "G.TXT", "not an archive");
+    EXPECT_EQ(mnuFileScan_Click(*session, table), 4u);
+    EXPECT_EQ(table.at(3).Description, "Number D.ZIP\r\n");
+    EXPECT_EQ(table.at(5).Description, "Number F.ZIP\r\n");
+    EXPECT_EQ(table.at(6).Description, "No Description");
+    EXPECT_TRUE(fs::is_empty(session->workDirectory()));
+}
+
 TEST_F(FileScanTest, StoppingKeepsWhatWasAdded)
 {
     for (const char* name : { "A1", "A2" })
