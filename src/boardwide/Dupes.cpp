@@ -268,7 +268,6 @@ bool sameFile(const DupeCopy& a, const DupeCopy& b)
         && a.identity.inode == b.identity.inode;
 }
 
-
 // The content search gathers each file as a compact record, not as a copy: a million copies
 // with three strings each cost more in allocation and page faults than the stat calls under
 // them. Only the files that end up in a group become copies.
@@ -304,7 +303,11 @@ struct ScannedArea
         text.append(bytes);
         return offset;
     }
-    void add(const FileIdentity& identity, int slot, std::string_view diskName, int entry, std::string_view name,
+    void add(const FileIdentity& identity,
+             int slot,
+             std::string_view diskName,
+             int entry,
+             std::string_view name,
              std::string_view date)
     {
         ScannedFile& file = files.emplace_back();
@@ -328,8 +331,7 @@ struct ScannedArea
 // listed (whose problem the general path words).
 bool scanPlainFiles(const BoardArea& area, const CodePage& page, const EntryList& entries, ScannedArea& scanned)
 {
-    const std::string listName
-        = foldName(unicodeFromPath(PathUtility::FileNameOf(area.filesList))).toStdString();
+    const std::string listName = foldName(unicodeFromPath(PathUtility::FileNameOf(area.filesList))).toStdString();
     const std::string indexName = foldName(unicodeFromPath(PathUtility::FileNameOf(area.index))).toStdString();
     struct Raw
     {
@@ -355,7 +357,8 @@ bool scanPlainFiles(const BoardArea& area, const CodePage& page, const EntryList
             if (entry->d_type != DT_REG && entry->d_type != DT_LNK && entry->d_type != DT_UNKNOWN)
                 continue;
             const std::string_view name(entry->d_name);
-            if (std::any_of(name.begin(), name.end(), [](char byte) { return static_cast<unsigned char>(byte) >= 0x80; })) {
+            if (std::any_of(name.begin(), name.end(),
+                            [](char byte) { return static_cast<unsigned char>(byte) >= 0x80; })) {
                 plain = false;
                 break;
             }
@@ -379,9 +382,8 @@ bool scanPlainFiles(const BoardArea& area, const CodePage& page, const EntryList
         ::closedir(stream);
         if (!plain)
             return false;
-        const auto keyOf = [&](const Raw& file) {
-            return std::string_view(names.data() + file.offset + file.length, file.length);
-        };
+        const auto keyOf
+            = [&](const Raw& file) { return std::string_view(names.data() + file.offset + file.length, file.length); };
         const auto nameOf = [&](const Raw& file) { return std::string_view(names.data() + file.offset, file.length); };
         std::sort(files.begin() + static_cast<std::ptrdiff_t>(first), files.end(), [&](const Raw& a, const Raw& b) {
             const int order = keyOf(a).compare(keyOf(b));
@@ -455,7 +457,8 @@ ScannedArea scanArea(const Board& board, const BoardArea& area)
 #endif
     // The general path: the copies as the full search gathers them, their files kept.
     AreaContents contents { area, 0, 0, {}, false, {} };
-    scanned.problem = BoardReader(board, { .entries = true, .files = true, .identities = true }).readArea(area, contents);
+    scanned.problem
+        = BoardReader(board, { .entries = true, .files = true, .identities = true }).readArea(area, contents);
     if (scanned.problem)
         return scanned;
     scanned.entries = contents.entries.size();
@@ -697,7 +700,9 @@ DupesReport findByName(const Board& board, const std::vector<int>& numbers, cons
     return report;
 }
 
-void findByContent(const Board& board, const std::vector<int>& numbers, const DupesOptions& options,
+void findByContent(const Board& board,
+                   const std::vector<int>& numbers,
+                   const DupesOptions& options,
                    DupesReport& report)
 {
     const std::vector<ScannedArea> areas = scanAreas(board, numbers, options.progress);

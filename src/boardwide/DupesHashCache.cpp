@@ -154,10 +154,10 @@ std::size_t DupesHashCache::position(const FileIdentity& identity)
         }
         high = std::min(high, count);
     }
-    m_cursor = static_cast<std::size_t>(
-        std::lower_bound(m_sorted.begin() + static_cast<std::ptrdiff_t>(low),
-                         m_sorted.begin() + static_cast<std::ptrdiff_t>(high), identity, less)
-        - m_sorted.begin());
+    m_cursor = static_cast<std::size_t>(std::lower_bound(m_sorted.begin() + static_cast<std::ptrdiff_t>(low),
+                                                         m_sorted.begin() + static_cast<std::ptrdiff_t>(high), identity,
+                                                         less)
+                                        - m_sorted.begin());
     return m_cursor;
 }
 

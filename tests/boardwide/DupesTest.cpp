@@ -206,5 +206,70 @@ TEST_F(DupesTest, BadFilesAreOneLineEachAndRemovalKeepsOneFileAndNeverChangesARe
     }
 }
 
+TEST_F(DupesTest, TheContentAloneGivesTheContentGroupsOfBothCopyForCopy)
+{
+    // Delta: two DUP.ZIP of one name in its two directories, claimed by its two entries in
+    // directory order, an unlisted copy, a long name listed by its alias, names whose order
+    // differs by case ("Aa.zip" before "a_b.zip" in upper case) and a backup of the board's own.
+    AreaRecord delta = board.simpleRecord("Delta");
+    const fs::path second = board.root() / "areas" / "Delta2";
+    fs::create_directories(second);
+    delta.alt[0] = second.string();
+    const fs::path first = delta.path;
+    TestBoard::writeFile(first / "FILES.LST",
+                         "DUP.ZIP             4 03-01-97 First\r\nDUP.ZIP             4 03-02-97 "
+                         "Second\r\nLONGNA~1.ZIP        5 03-03-97 Alias\r\n");
+    TestBoard::writeFile(first / "dup.zip", "twin");
+    TestBoard::writeFile(second / "DUP.ZIP", "twin");
+    TestBoard::writeFile(first / "UNLISTED.ZIP", "twin");
+    TestBoard::writeFile(first / "Long Name File.zip", "long!");
+    TestBoard::writeFile(first / "a_b.zip", "same");
+    TestBoard::writeFile(first / "Aa.zip", "same");
+    TestBoard::writeFile(first / "FILES.BAK", "same");
+    board.addArea(delta);
+    // Epsilon: names outside ASCII, one the page can show and listed, one it cannot.
+    AreaRecord epsilon = board.simpleRecord("Epsilon");
+    TestBoard::writeFile(fs::path(epsilon.path) / "FILES.LST", "CAF\xC9.ZIP            4 04-01-97 Cafe\r\n");
+    TestBoard::writeFile(fs::path(epsilon.path) / "caf\xC3\xA9.zip", "twin");
+    TestBoard::writeFile(fs::path(epsilon.path) / "\xE6\x97\xA5\xE6\x9C\xAC.zip", "long!");
+    TestBoard::writeFile(fs::path(epsilon.path) / "LONG.ZIP", "long!");
+    board.addArea(epsilon);
+
+    const Board opened = Board::open(board.mainNode(), CodePage::windows1252());
+    const auto contentOf = [&](DupesBy by) {
+        DupesReport report = findDuplicates(opened, { 1, 2, 3, 4, 5 }, { .by = by });
+        std::erase_if(report.groups, [](const DupeGroup& group) { return group.kind != DupeGroup::Kind::Content; });
+        return report;
+    };
+    const DupesReport alone = contentOf(DupesBy::Content);
+    const DupesReport both = contentOf(DupesBy::Both);
+    const auto copies = [](const DupesReport& report) {
+        std::vector<std::string> lines;
+        for (const DupeGroup& group : report.groups) {
+            lines.push_back(group.key);
+            for (const DupeCopy& copy : group.copies)
+                lines.push_back(std::to_string(copy.area) + ' ' + std::to_string(copy.slot) + ' '
+                                + std::to_string(copy.entry) + ' ' + copy.name + '|' + copy.diskName + '|' + copy.date
+                                + ' ' + std::to_string(copy.size) + ' ' + std::to_string(copy.identity.inode));
+        }
+        return lines;
+    };
+    EXPECT_EQ(copies(alone), copies(both));
+    EXPECT_EQ(alone.notices, both.notices);
+    EXPECT_EQ(alone.filesRead, both.filesRead);
+    ASSERT_EQ(alone.skipped.size(), 1u);
+    EXPECT_EQ(alone.skipped[0].number, 3);
+    EXPECT_EQ(described(alone),
+              (std::vector<std::string> {
+                  "content: 1 FOO.ZIP listed | 2 foo.zip | 4 Aa.zip | 4 a_b.zip",
+                  "content: 1 Long Report Name.txt | 2 COPY.BIN",
+                  "content: 4 DUP.ZIP listed | 4 UNLISTED.ZIP | 4 DUP.ZIP listed | 5 CAF\xC9.ZIP listed",
+                  "content: 4 LONG NAME FILE.ZIP listed | 5 LONG.ZIP | 5 __~1.ZIP",
+              }));
+    const std::vector<DupeCopy>& twins = alone.groups[2].copies;
+    EXPECT_EQ(twins[0].date + ' ' + twins[2].date, "03-01-97 03-02-97");
+    EXPECT_EQ(alone.notices.size(), 1u);
+}
+
 } // namespace
 } // namespace Kelvane::Testing
