@@ -316,8 +316,9 @@ struct ScannedArea
         file.entry = entry;
         file.diskNameLength = static_cast<std::uint32_t>(diskName.size());
         file.diskName = add(diskName);
+        // Mostly the entry's name is the file's own, held once.
         file.nameLength = static_cast<std::uint32_t>(name.size());
-        file.name = add(name);
+        file.name = name == diskName ? file.diskName : add(name);
         file.dateLength = static_cast<std::uint32_t>(date.size());
         file.date = add(date);
     }
@@ -422,6 +423,7 @@ bool scanPlainFiles(const BoardArea& area, const CodePage& page, const EntryList
         }
     }
     scanned.files.reserve(files.size());
+    scanned.text.reserve(names.size() + files.size() * 16);
     for (std::size_t i = 0; i < files.size(); ++i) {
         const Raw& file = files[i];
         const std::string_view name(names.data() + file.offset, file.length);
@@ -557,16 +559,8 @@ contentRuns(std::vector<SizedFile> files, const Source& source, const DupesOptio
     });
     if (options.awaitCache)
         options.awaitCache();
-    // Each digest once, and sorted as its first eight bytes with the file: a million digests
-    // compared whole cost more than the rest of the sort.
-    struct Hashed
-    {
-        std::uint64_t prefix;
-        std::uint64_t index;
-        std::size_t digest;
-    };
-    std::vector<ContentDigest> digests;
-    std::vector<Hashed> hashed;
+    std::vector<std::pair<ContentDigest, std::uint64_t>> hashed;
+    hashed.reserve(files.size());
     for (std::size_t start = 0; start < files.size();) {
         std::size_t end = start + 1;
         while (end < files.size() && files[end].size == files[start].size)
@@ -589,32 +583,33 @@ contentRuns(std::vector<SizedFile> files, const Source& source, const DupesOptio
                 if (options.cache)
                     options.cache->insert(identity, *digest);
             }
-            std::uint64_t prefix = 0;
-            std::memcpy(&prefix, digest->data(), sizeof prefix);
-            hashed.push_back({ prefix, i, digests.size() });
-            digests.push_back(*digest);
+            hashed.emplace_back(*digest, i);
         }
         start = end;
     }
-    // Equal digests meet in runs, each in board order.
-    const auto order = [&](const Hashed& a, const Hashed& b) {
-        if (a.prefix != b.prefix)
-            return a.prefix < b.prefix;
-        const int bytes = std::memcmp(digests[a.digest].data(), digests[b.digest].data(), sizeof(ContentDigest));
-        return bytes != 0 ? bytes < 0 : a.index < b.index;
+    // Equal digests meet in runs, each in board order. The digests are compared by their first
+    // eight bytes as one number first: a million of them compared byte by byte cost more than
+    // the rest of the sort.
+    const auto prefixOf = [](const ContentDigest& digest) {
+        std::uint64_t prefix = 0;
+        std::memcpy(&prefix, digest.data(), sizeof prefix);
+        return prefix;
     };
-    std::sort(hashed.begin(), hashed.end(), order);
+    std::sort(hashed.begin(), hashed.end(), [&](const auto& a, const auto& b) {
+        const std::uint64_t left = prefixOf(a.first);
+        const std::uint64_t right = prefixOf(b.first);
+        return left != right ? left < right : a < b;
+    });
     std::vector<std::pair<std::vector<std::uint64_t>, ContentDigest>> runs;
     for (std::size_t start = 0; start < hashed.size();) {
         std::size_t end = start + 1;
-        while (end < hashed.size() && hashed[end].prefix == hashed[start].prefix
-               && digests[hashed[end].digest] == digests[hashed[start].digest])
+        while (end < hashed.size() && hashed[end].first == hashed[start].first)
             ++end;
         if (end - start > 1) {
             std::vector<std::uint64_t> run;
             for (std::size_t at = start; at < end; ++at)
-                run.push_back(hashed[at].index);
-            runs.emplace_back(std::move(run), digests[hashed[start].digest]);
+                run.push_back(hashed[at].second);
+            runs.emplace_back(std::move(run), hashed[start].first);
         }
         start = end;
     }
