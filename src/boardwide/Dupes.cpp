@@ -559,12 +559,21 @@ contentRuns(std::vector<SizedFile> files, const Source& source, const DupesOptio
     });
     if (options.awaitCache)
         options.awaitCache();
-    std::vector<std::pair<ContentDigest, std::uint64_t>> hashed;
-    hashed.reserve(files.size());
+    // Equal bytes are of equal size: the digests are compared within each size only, so no
+    // sort spans the million files. Within one, by their first eight bytes as one number
+    // first, then whole, then in board order.
+    const auto prefixOf = [](const ContentDigest& digest) {
+        std::uint64_t prefix = 0;
+        std::memcpy(&prefix, digest.data(), sizeof prefix);
+        return prefix;
+    };
+    std::vector<std::pair<std::vector<std::uint64_t>, ContentDigest>> runs;
+    std::vector<std::pair<ContentDigest, std::uint64_t>> hashed; // those of one size
     for (std::size_t start = 0; start < files.size();) {
         std::size_t end = start + 1;
         while (end < files.size() && files[end].size == files[start].size)
             ++end;
+        hashed.clear();
         for (std::size_t at = start; end - start > 1 && at < end; ++at) {
             const std::uint64_t i = files[at].index;
             const FileIdentity identity = source.identity(i);
@@ -586,32 +595,23 @@ contentRuns(std::vector<SizedFile> files, const Source& source, const DupesOptio
             hashed.emplace_back(*digest, i);
         }
         start = end;
-    }
-    // Equal digests meet in runs, each in board order. The digests are compared by their first
-    // eight bytes as one number first: a million of them compared byte by byte cost more than
-    // the rest of the sort.
-    const auto prefixOf = [](const ContentDigest& digest) {
-        std::uint64_t prefix = 0;
-        std::memcpy(&prefix, digest.data(), sizeof prefix);
-        return prefix;
-    };
-    std::sort(hashed.begin(), hashed.end(), [&](const auto& a, const auto& b) {
-        const std::uint64_t left = prefixOf(a.first);
-        const std::uint64_t right = prefixOf(b.first);
-        return left != right ? left < right : a < b;
-    });
-    std::vector<std::pair<std::vector<std::uint64_t>, ContentDigest>> runs;
-    for (std::size_t start = 0; start < hashed.size();) {
-        std::size_t end = start + 1;
-        while (end < hashed.size() && hashed[end].first == hashed[start].first)
-            ++end;
-        if (end - start > 1) {
-            std::vector<std::uint64_t> run;
-            for (std::size_t at = start; at < end; ++at)
-                run.push_back(hashed[at].second);
-            runs.emplace_back(std::move(run), hashed[start].first);
+        std::sort(hashed.begin(), hashed.end(), [&](const auto& a, const auto& b) {
+            const std::uint64_t left = prefixOf(a.first);
+            const std::uint64_t right = prefixOf(b.first);
+            return left != right ? left < right : a < b;
+        });
+        for (std::size_t first = 0; first < hashed.size();) {
+            std::size_t last = first + 1;
+            while (last < hashed.size() && hashed[last].first == hashed[first].first)
+                ++last;
+            if (last - first > 1) {
+                std::vector<std::uint64_t> run;
+                for (std::size_t at = first; at < last; ++at)
+                    run.push_back(hashed[at].second);
+                runs.emplace_back(std::move(run), hashed[first].first);
+            }
+            first = last;
         }
-        start = end;
     }
     std::sort(runs.begin(), runs.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
     return runs;
