@@ -280,7 +280,8 @@ struct ScannedFile
     std::uint32_t nameLength = 0;
     std::uint32_t date = 0; // the entry's; none for a file the list does not hold
     std::uint32_t dateLength = 0;
-    std::int32_t slot = 0;
+    std::int16_t slot = 0;
+    bool linked = false; // it has more than one link: another name of it may be listed too
     std::int32_t entry = -1;
 };
 
@@ -292,6 +293,12 @@ struct ScannedArea
     std::string text;
     std::vector<ScannedFile> files; // in board order: directory, then listing order
     std::vector<QString> notices;
+    /// Whether some file may be another name of a file without a second link to tell it (a
+    /// symbolic link, a name of unknown type, or an area taken the general way).
+    bool anyFileUnclear = false;
+    /// Each directory listed: its slot, device and inode (a directory two areas share is
+    /// listed twice).
+    std::vector<std::tuple<int, std::uint64_t, std::uint64_t>> directories;
 
     std::string_view textOf(std::uint32_t offset, std::uint32_t length) const
     {
@@ -305,6 +312,7 @@ struct ScannedArea
     }
     void add(const FileIdentity& identity,
              int slot,
+             bool linked,
              std::string_view diskName,
              int entry,
              std::string_view name,
@@ -312,7 +320,8 @@ struct ScannedArea
     {
         ScannedFile& file = files.emplace_back();
         file.identity = identity;
-        file.slot = slot;
+        file.slot = static_cast<std::int16_t>(slot);
+        file.linked = linked;
         file.entry = entry;
         file.diskNameLength = static_cast<std::uint32_t>(diskName.size());
         file.diskName = add(diskName);
@@ -339,6 +348,7 @@ bool scanPlainFiles(const BoardArea& area, const CodePage& page, const EntryList
         std::uint32_t offset;
         std::uint32_t length;
         int slot;
+        bool linked;
         FileIdentity identity;
     };
     std::string names; // each name, then its upper case of the same length
@@ -350,6 +360,14 @@ bool scanPlainFiles(const BoardArea& area, const CodePage& page, const EntryList
         DIR* stream = ::opendir(directory.c_str());
         if (!stream)
             return false;
+        struct stat own
+        {
+        };
+        if (::fstat(::dirfd(stream), &own) == 0)
+            scanned.directories.emplace_back(slot, static_cast<std::uint64_t>(own.st_dev),
+                                             static_cast<std::uint64_t>(own.st_ino));
+        else
+            scanned.anyFileUnclear = true;
         const std::size_t first = files.size();
         bool plain = true;
         while (const dirent* entry = ::readdir(stream)) {
@@ -357,6 +375,8 @@ bool scanPlainFiles(const BoardArea& area, const CodePage& page, const EntryList
                 continue;
             if (entry->d_type != DT_REG && entry->d_type != DT_LNK && entry->d_type != DT_UNKNOWN)
                 continue;
+            if (entry->d_type != DT_REG)
+                scanned.anyFileUnclear = true;
             const std::string_view name(entry->d_name);
             if (std::any_of(name.begin(), name.end(),
                             [](char byte) { return static_cast<unsigned char>(byte) >= 0x80; })) {
@@ -378,7 +398,8 @@ bool scanPlainFiles(const BoardArea& area, const CodePage& page, const EntryList
                 names.resize(offset);
                 continue;
             }
-            files.push_back({ offset, static_cast<std::uint32_t>(name.size()), slot, identityOf(info) });
+            files.push_back(
+                { offset, static_cast<std::uint32_t>(name.size()), slot, info.st_nlink > 1, identityOf(info) });
         }
         ::closedir(stream);
         if (!plain)
@@ -428,10 +449,10 @@ bool scanPlainFiles(const BoardArea& area, const CodePage& page, const EntryList
         const Raw& file = files[i];
         const std::string_view name(names.data() + file.offset, file.length);
         if (claimedBy[i] < 0) {
-            scanned.add(file.identity, file.slot, name, -1, name, {});
+            scanned.add(file.identity, file.slot, file.linked, name, -1, name, {});
         } else {
             const Entry& entry = entries[static_cast<std::size_t>(claimedBy[i])];
-            scanned.add(file.identity, file.slot, name, claimedBy[i], entry.FileName, entry.Date);
+            scanned.add(file.identity, file.slot, file.linked, name, claimedBy[i], entry.FileName, entry.Date);
         }
     }
     return true;
@@ -468,9 +489,10 @@ ScannedArea scanArea(const Board& board, const BoardArea& area)
     CopyCollector collector(page, report, true);
     collector.areaRead(contents);
     scanned.notices = std::move(report.notices);
+    scanned.anyFileUnclear = true;
     collector.copies.forEach([&](const DupeCopy& copy) {
         if (copy.hasFile()) {
-            scanned.add(copy.identity, copy.slot, std::string_view(copy.diskName), copy.entry, copy.name,
+            scanned.add(copy.identity, copy.slot, true, std::string_view(copy.diskName), copy.entry, copy.name,
                         copy.listed() ? std::string_view(copy.date) : std::string_view());
         }
     });
@@ -541,19 +563,24 @@ struct SizedFile
 // The runs of files of equal bytes, each in board order (files' index order), in order of their
 // first file. Empty files are all equal and take nothing; a second link to a file read already
 // is the same bytes, not a copy of them; only a file that shares its size with another is read.
-// source gives a file's identity, path and area by its index.
+// files holds no two names of one file; sharing holds the files that may be named twice, each
+// taken once, at its first name. source gives a file's identity, path and area by its index.
 template <typename Source>
-std::vector<std::pair<std::vector<std::uint64_t>, ContentDigest>>
-contentRuns(std::vector<SizedFile> files, const Source& source, const DupesOptions& options, DupesReport& report)
+std::vector<std::pair<std::vector<std::uint64_t>, ContentDigest>> contentRuns(std::vector<SizedFile> files,
+                                                                              std::vector<SizedFile> sharing,
+                                                                              const Source& source,
+                                                                              const DupesOptions& options,
+                                                                              DupesReport& report)
 {
-    std::sort(files.begin(), files.end(), [](const SizedFile& a, const SizedFile& b) {
+    std::sort(sharing.begin(), sharing.end(), [](const SizedFile& a, const SizedFile& b) {
         return std::tie(a.device, a.inode, a.index) < std::tie(b.device, b.inode, b.index);
     });
-    files.erase(std::unique(files.begin(), files.end(),
-                            [](const SizedFile& a, const SizedFile& b) {
-                                return a.inode != 0 && a.device == b.device && a.inode == b.inode;
-                            }),
-                files.end());
+    sharing.erase(std::unique(sharing.begin(), sharing.end(),
+                              [](const SizedFile& a, const SizedFile& b) {
+                                  return a.inode != 0 && a.device == b.device && a.inode == b.inode;
+                              }),
+                  sharing.end());
+    files.insert(files.end(), sharing.begin(), sharing.end());
     std::sort(files.begin(), files.end(), [](const SizedFile& a, const SizedFile& b) {
         return std::tie(a.size, a.device, a.inode, a.index) < std::tie(b.size, b.device, b.inode, b.index);
     });
@@ -684,7 +711,7 @@ DupesReport findByName(const Board& board, const std::vector<int>& numbers, cons
             fs::path path(std::uint64_t i) const { return pathOf(board, copies[i]); }
             int area(std::uint64_t i) const { return copies[i].area; }
         } const source { board, copies };
-        for (const auto& [run, digest] : contentRuns(std::move(files), source, options, report)) {
+        for (const auto& [run, digest] : contentRuns({}, std::move(files), source, options, report)) {
             DupeGroup group { DupeGroup::Kind::Content, hexOf(digest), {} };
             for (const std::uint64_t i : run)
                 group.copies.push_back(copies[i]);
@@ -706,7 +733,28 @@ void findByContent(const Board& board,
     std::size_t count = 0;
     for (const ScannedArea& area : areas)
         count += area.files.size();
+    // A file named twice is a second link (which its count of links tells), a directory
+    // listed twice (by two areas, or two slots of one), or a symbolic link, which only a
+    // search over every file finds.
+    bool allSharing = false;
+    std::vector<std::tuple<std::uint64_t, std::uint64_t, std::size_t, int>> directories; // device, inode, area, slot
+    for (std::size_t a = 0; a < areas.size(); ++a) {
+        allSharing = allSharing || areas[a].anyFileUnclear;
+        for (const auto& [slot, device, inode] : areas[a].directories)
+            directories.emplace_back(device, inode, a, slot);
+    }
+    std::sort(directories.begin(), directories.end());
+    std::set<std::pair<std::size_t, int>> listedTwice; // area and slot
+    for (std::size_t i = 1; i < directories.size(); ++i) {
+        const auto& [device, inode, area, slot] = directories[i];
+        const auto& [lastDevice, lastInode, lastArea, lastSlot] = directories[i - 1];
+        if (device == lastDevice && inode == lastInode) {
+            listedTwice.emplace(lastArea, lastSlot);
+            listedTwice.emplace(area, slot);
+        }
+    }
     std::vector<SizedFile> files;
+    std::vector<SizedFile> sharing;
     files.reserve(count);
     for (std::size_t a = 0; a < areas.size(); ++a) {
         const ScannedArea& area = areas[a];
@@ -714,9 +762,14 @@ void findByContent(const Board& board,
             report.skipped.push_back(*area.problem);
         report.notices.insert(report.notices.end(), area.notices.begin(), area.notices.end());
         for (std::size_t f = 0; f < area.files.size(); ++f) {
-            const FileIdentity& identity = area.files[f].identity;
-            if (identity.size != 0)
-                files.push_back({ identity.size, identity.device, identity.inode, indexOf(a, f) });
+            const ScannedFile& file = area.files[f];
+            if (file.identity.size == 0)
+                continue;
+            const SizedFile sized { file.identity.size, file.identity.device, file.identity.inode, indexOf(a, f) };
+            if (allSharing || file.linked || (!listedTwice.empty() && listedTwice.contains({ a, file.slot })))
+                sharing.push_back(sized);
+            else
+                files.push_back(sized);
         }
     }
     struct
@@ -733,7 +786,7 @@ void findByContent(const Board& board,
         }
         int area(std::uint64_t i) const { return areas[i >> 32].number; }
     } const source { board, areas };
-    for (const auto& [run, digest] : contentRuns(std::move(files), source, options, report)) {
+    for (const auto& [run, digest] : contentRuns(std::move(files), std::move(sharing), source, options, report)) {
         DupeGroup group { DupeGroup::Kind::Content, hexOf(digest), {} };
         for (const std::uint64_t i : run) {
             const ScannedArea& area = areas[i >> 32];
