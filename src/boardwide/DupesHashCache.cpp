@@ -318,8 +318,11 @@ void DupesHashCache::dropUntouched()
     std::size_t kept = 0;
     for (std::size_t i = 0; i < m_sorted.size(); ++i) {
         if (m_touched[i]) {
-            m_sorted[kept] = m_sorted[i];
-            m_touched[kept++] = 1;
+            if (kept != i) {
+                m_sorted[kept] = m_sorted[i];
+                m_touched[kept] = 1;
+            }
+            ++kept;
         }
     }
     m_changed = m_changed || kept != m_sorted.size();
