@@ -1,17 +1,32 @@
 #include "boardwide/Dupes.h"
 
 #include "board/FileDates.h"
+#include "board/FileSystem.h"
+#include "boardwide/BoardProgress.h"
+#include "index/MakeIndex.h"
 #include "platform/CodePage.h"
 #include "platform/FileNames.h"
 #include "platform/ShortNames.h"
 
 #include <algorithm>
+#include <atomic>
 #include <charconv>
+#include <condition_variable>
+#include <cstring>
+#include <exception>
+#include <future>
 #include <memory>
+#include <mutex>
 #include <numeric>
 #include <set>
 #include <tuple>
 #include <unordered_map>
+
+#ifndef Q_OS_WIN
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#endif
 
 using namespace Qt::StringLiterals;
 
@@ -253,16 +268,387 @@ bool sameFile(const DupeCopy& a, const DupeCopy& b)
         && a.identity.inode == b.identity.inode;
 }
 
-} // namespace
-
-fs::path pathOf(const Board& board, const DupeCopy& copy)
+// The content search gathers each file as a compact record, not as a copy: a million copies
+// with three strings each cost more in allocation and page faults than the stat calls under
+// them. Only the files that end up in a group become copies.
+struct ScannedFile
 {
-    if (!copy.hasFile())
-        return {};
-    return board.area(copy.area).directories[static_cast<std::size_t>(copy.slot)] / fs::path(copy.diskName);
+    FileIdentity identity;
+    std::uint32_t diskName = 0; // offsets and lengths in the area's text
+    std::uint32_t diskNameLength = 0;
+    std::uint32_t name = 0; // the entry's name, else the file's
+    std::uint32_t nameLength = 0;
+    std::uint32_t date = 0; // the entry's; none for a file the list does not hold
+    std::uint32_t dateLength = 0;
+    std::int16_t slot = 0;
+    bool linked = false; // it has more than one link: another name of it may be listed too
+    std::int32_t entry = -1;
+};
+
+struct ScannedArea
+{
+    int number = 0;
+    std::optional<AreaProblem> problem;
+    std::size_t entries = 0;
+    std::string text;
+    std::vector<ScannedFile> files; // in board order: directory, then listing order
+    std::vector<QString> notices;
+    /// Whether some file may be another name of a file without a second link to tell it (a
+    /// symbolic link, a name of unknown type, or an area taken the general way).
+    bool anyFileUnclear = false;
+    /// Each directory listed: its slot, device and inode (a directory two areas share is
+    /// listed twice).
+    std::vector<std::tuple<int, std::uint64_t, std::uint64_t>> directories;
+
+    std::string_view textOf(std::uint32_t offset, std::uint32_t length) const
+    {
+        return std::string_view(text).substr(offset, length);
+    }
+    std::uint32_t add(std::string_view bytes)
+    {
+        const auto offset = static_cast<std::uint32_t>(text.size());
+        text.append(bytes);
+        return offset;
+    }
+    void add(const FileIdentity& identity,
+             int slot,
+             bool linked,
+             std::string_view diskName,
+             int entry,
+             std::string_view name,
+             std::string_view date)
+    {
+        ScannedFile& file = files.emplace_back();
+        file.identity = identity;
+        file.slot = static_cast<std::int16_t>(slot);
+        file.linked = linked;
+        file.entry = entry;
+        file.diskNameLength = static_cast<std::uint32_t>(diskName.size());
+        file.diskName = add(diskName);
+        // Mostly the entry's name is the file's own, held once.
+        file.nameLength = static_cast<std::uint32_t>(name.size());
+        file.name = name == diskName ? file.diskName : add(name);
+        file.dateLength = static_cast<std::uint32_t>(date.size());
+        file.date = add(date);
+    }
+};
+
+#ifndef Q_OS_WIN
+// The files of an area's directories when every name is plain ASCII: then a name's text, its
+// bytes in any code page and its upper case (the listing's order and the entries' key) are
+// the bytes themselves, ASCII letters upper-cased, and no name needs an alias. False for an
+// area that needs the general path: a name outside ASCII, or a directory that cannot be
+// listed (whose problem the general path words).
+bool scanPlainFiles(const BoardArea& area, const CodePage& page, const EntryList& entries, ScannedArea& scanned)
+{
+    const std::string listName = foldName(unicodeFromPath(PathUtility::FileNameOf(area.filesList))).toStdString();
+    const std::string indexName = foldName(unicodeFromPath(PathUtility::FileNameOf(area.index))).toStdString();
+    struct Raw
+    {
+        std::uint32_t offset;
+        std::uint32_t length;
+        int slot;
+        bool linked;
+        FileIdentity identity;
+    };
+    std::string names; // each name, then its upper case of the same length
+    std::vector<Raw> files;
+    for (int slot = 0; slot < DirectorySlots; ++slot) {
+        const fs::path& directory = area.directories[static_cast<std::size_t>(slot)];
+        if (directory.empty() || (slot > 0 && !IsValidPath(directory)))
+            continue;
+        DIR* stream = ::opendir(directory.c_str());
+        if (!stream)
+            return false;
+        struct stat own
+        {
+        };
+        if (::fstat(::dirfd(stream), &own) == 0)
+            scanned.directories.emplace_back(slot, static_cast<std::uint64_t>(own.st_dev),
+                                             static_cast<std::uint64_t>(own.st_ino));
+        else
+            scanned.anyFileUnclear = true;
+        const std::size_t first = files.size();
+        bool plain = true;
+        while (const dirent* entry = ::readdir(stream)) {
+            if (entry->d_name[0] == '.')
+                continue;
+            if (entry->d_type != DT_REG && entry->d_type != DT_LNK && entry->d_type != DT_UNKNOWN)
+                continue;
+            if (entry->d_type != DT_REG)
+                scanned.anyFileUnclear = true;
+            const std::string_view name(entry->d_name);
+            if (std::any_of(name.begin(), name.end(),
+                            [](char byte) { return static_cast<unsigned char>(byte) >= 0x80; })) {
+                plain = false;
+                break;
+            }
+            struct stat info
+            {
+            };
+            if (::fstatat(::dirfd(stream), entry->d_name, &info, 0) != 0 || !S_ISREG(info.st_mode))
+                continue;
+            const auto offset = static_cast<std::uint32_t>(names.size());
+            names.append(name);
+            for (const char byte : name)
+                names.push_back(page.upper(byte));
+            const std::string_view key(names.data() + offset + name.size(), name.size());
+            // The board's own files, passed by as the scan passes them by.
+            if (key == listName || key == indexName || matchesPattern(key, "*.BAK") || matchesPattern(key, "FILES.*")) {
+                names.resize(offset);
+                continue;
+            }
+            files.push_back(
+                { offset, static_cast<std::uint32_t>(name.size()), slot, info.st_nlink > 1, identityOf(info) });
+        }
+        ::closedir(stream);
+        if (!plain)
+            return false;
+        const auto keyOf
+            = [&](const Raw& file) { return std::string_view(names.data() + file.offset + file.length, file.length); };
+        const auto nameOf = [&](const Raw& file) { return std::string_view(names.data() + file.offset, file.length); };
+        std::sort(files.begin() + static_cast<std::ptrdiff_t>(first), files.end(), [&](const Raw& a, const Raw& b) {
+            const int order = keyOf(a).compare(keyOf(b));
+            return order != 0 ? order < 0 : nameOf(a) < nameOf(b);
+        });
+    }
+    // Each entry claims the first unclaimed file of its name in slot order, as the full
+    // search's copies are claimed.
+    constexpr std::size_t None = std::size_t(-1);
+    struct Unclaimed
+    {
+        std::size_t first;
+        std::size_t last;
+    };
+    std::unordered_map<std::string_view, Unclaimed> byKey;
+    byKey.reserve(files.size());
+    std::vector<std::size_t> next(files.size(), None);
+    std::vector<int> claimedBy(files.size(), -1);
+    for (std::size_t i = 0; i < files.size(); ++i) {
+        const std::string_view key(names.data() + files[i].offset + files[i].length, files[i].length);
+        const auto [at, added] = byKey.try_emplace(key, Unclaimed { i, i });
+        if (!added) {
+            next[at->second.last] = i;
+            at->second.last = i;
+        }
+    }
+    std::string key;
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        const std::string& entryName = entries[i].FileName;
+        key.resize(entryName.size());
+        std::transform(entryName.begin(), entryName.end(), key.begin(), [&](char byte) { return page.upper(byte); });
+        const auto found = byKey.find(key);
+        if (found != byKey.end() && found->second.first != None) {
+            claimedBy[found->second.first] = static_cast<int>(i);
+            found->second.first = next[found->second.first];
+        }
+    }
+    scanned.files.reserve(files.size());
+    scanned.text.reserve(names.size() + files.size() * 16);
+    for (std::size_t i = 0; i < files.size(); ++i) {
+        const Raw& file = files[i];
+        const std::string_view name(names.data() + file.offset, file.length);
+        if (claimedBy[i] < 0) {
+            scanned.add(file.identity, file.slot, file.linked, name, -1, name, {});
+        } else {
+            const Entry& entry = entries[static_cast<std::size_t>(claimedBy[i])];
+            scanned.add(file.identity, file.slot, file.linked, name, claimedBy[i], entry.FileName, entry.Date);
+        }
+    }
+    return true;
+}
+#endif
+
+// One area for the content search: its files with their identities and claims, or its problem.
+ScannedArea scanArea(const Board& board, const BoardArea& area)
+{
+    const CodePage& page = board.codePage();
+    ScannedArea scanned;
+    scanned.number = area.number;
+#ifndef Q_OS_WIN
+    {
+        AreaContents contents { area, 0, 0, {}, false, {} };
+        scanned.problem = BoardReader(board, { .entries = true, .files = false }).readArea(area, contents);
+        if (scanned.problem)
+            return scanned;
+        scanned.entries = contents.entries.size();
+        if (scanPlainFiles(area, page, contents.entries, scanned))
+            return scanned;
+        scanned.files.clear();
+        scanned.text.clear();
+    }
+#endif
+    // The general path: the copies as the full search gathers them, their files kept.
+    AreaContents contents { area, 0, 0, {}, false, {} };
+    scanned.problem
+        = BoardReader(board, { .entries = true, .files = true, .identities = true }).readArea(area, contents);
+    if (scanned.problem)
+        return scanned;
+    scanned.entries = contents.entries.size();
+    DupesReport report;
+    CopyCollector collector(page, report, true);
+    collector.areaRead(contents);
+    scanned.notices = std::move(report.notices);
+    scanned.anyFileUnclear = true;
+    collector.copies.forEach([&](const DupeCopy& copy) {
+        if (copy.hasFile()) {
+            scanned.add(copy.identity, copy.slot, true, std::string_view(copy.diskName), copy.entry, copy.name,
+                        copy.listed() ? std::string_view(copy.date) : std::string_view());
+        }
+    });
+    return scanned;
 }
 
-DupesReport findDuplicates(const Board& board, const std::vector<int>& numbers, const DupesOptions& options)
+// The areas of numbers, read two at a time (the stat calls are most of the time, and the
+// kernel takes them on both cores), told to progress in order on the caller's thread.
+std::vector<ScannedArea> scanAreas(const Board& board, const std::vector<int>& numbers, BoardProgress* progress)
+{
+    const std::size_t count = numbers.size();
+    std::vector<ScannedArea> scanned(count);
+    std::vector<char> done(count, 0);
+    std::exception_ptr failure;
+    std::mutex mutex;
+    std::condition_variable finished;
+    std::atomic<std::size_t> next { 0 };
+    const auto work = [&] {
+        for (std::size_t i = next++; i < count; i = next++) {
+            try {
+                scanned[i] = scanArea(board, board.area(numbers[i]));
+            } catch (...) {
+                const std::lock_guard lock(mutex);
+                if (!failure)
+                    failure = std::current_exception();
+            }
+            {
+                const std::lock_guard lock(mutex);
+                done[i] = 1;
+            }
+            finished.notify_all();
+        }
+    };
+    std::future<void> second = std::async(std::launch::async, work);
+    std::future<void> third = std::async(std::launch::async, work);
+    std::size_t entries = 0;
+    const int total = static_cast<int>(count);
+    for (std::size_t i = 0; i < count; ++i) {
+        const int position = static_cast<int>(i) + 1;
+        if (progress)
+            progress->areaBegun(position, total, board.area(numbers[i]));
+        {
+            std::unique_lock lock(mutex);
+            finished.wait(lock, [&] { return done[i] != 0; });
+        }
+        entries += scanned[i].entries;
+        if (progress)
+            progress->areaEnded(position, total, entries);
+    }
+    second.get();
+    third.get();
+    if (failure)
+        std::rethrow_exception(failure);
+    if (progress)
+        progress->finished();
+    return scanned;
+}
+
+// A file to be hashed: its size and identity, and where it is (area and file, or a copy).
+struct SizedFile
+{
+    std::uintmax_t size;
+    std::uint64_t device;
+    std::uint64_t inode;
+    std::uint64_t index;
+};
+
+// The runs of files of equal bytes, each in board order (files' index order), in order of their
+// first file. Empty files are all equal and take nothing; a second link to a file read already
+// is the same bytes, not a copy of them; only a file that shares its size with another is read.
+// files holds no two names of one file; sharing holds the files that may be named twice, each
+// taken once, at its first name. source gives a file's identity, path and area by its index.
+template <typename Source>
+std::vector<std::pair<std::vector<std::uint64_t>, ContentDigest>> contentRuns(std::vector<SizedFile> files,
+                                                                              std::vector<SizedFile> sharing,
+                                                                              const Source& source,
+                                                                              const DupesOptions& options,
+                                                                              DupesReport& report)
+{
+    std::sort(sharing.begin(), sharing.end(), [](const SizedFile& a, const SizedFile& b) {
+        return std::tie(a.device, a.inode, a.index) < std::tie(b.device, b.inode, b.index);
+    });
+    sharing.erase(std::unique(sharing.begin(), sharing.end(),
+                              [](const SizedFile& a, const SizedFile& b) {
+                                  return a.inode != 0 && a.device == b.device && a.inode == b.inode;
+                              }),
+                  sharing.end());
+    files.insert(files.end(), sharing.begin(), sharing.end());
+    std::sort(files.begin(), files.end(), [](const SizedFile& a, const SizedFile& b) {
+        return std::tie(a.size, a.device, a.inode, a.index) < std::tie(b.size, b.device, b.inode, b.index);
+    });
+    if (options.awaitCache)
+        options.awaitCache();
+    // Equal bytes are of equal size: the digests are compared within each size only, so no
+    // sort spans the million files. Within one, by their first eight bytes as one number
+    // first, then whole, then in board order.
+    const auto prefixOf = [](const ContentDigest& digest) {
+        std::uint64_t prefix = 0;
+        std::memcpy(&prefix, digest.data(), sizeof prefix);
+        return prefix;
+    };
+    std::vector<std::pair<std::vector<std::uint64_t>, ContentDigest>> runs;
+    std::vector<std::pair<ContentDigest, std::uint64_t>> hashed; // those of one size
+    for (std::size_t start = 0; start < files.size();) {
+        std::size_t end = start + 1;
+        while (end < files.size() && files[end].size == files[start].size)
+            ++end;
+        hashed.clear();
+        for (std::size_t at = start; end - start > 1 && at < end; ++at) {
+            const std::uint64_t i = files[at].index;
+            const FileIdentity identity = source.identity(i);
+            std::optional<ContentDigest> digest = options.cache ? options.cache->find(identity) : std::nullopt;
+            if (!digest) {
+                QString reason;
+                const fs::path path = source.path(i);
+                ++report.filesRead;
+                digest = options.readDigest(path, reason);
+                if (!digest) {
+                    ++report.filesLeftOut;
+                    report.notices.push_back(
+                        u"area %1: %2: %3; it is left out"_s.arg(source.area(i)).arg(unicodeFromPath(path), reason));
+                    continue;
+                }
+                if (options.cache)
+                    options.cache->insert(identity, *digest);
+            }
+            hashed.emplace_back(*digest, i);
+        }
+        start = end;
+        std::sort(hashed.begin(), hashed.end(), [&](const auto& a, const auto& b) {
+            const std::uint64_t left = prefixOf(a.first);
+            const std::uint64_t right = prefixOf(b.first);
+            return left != right ? left < right : a < b;
+        });
+        for (std::size_t first = 0; first < hashed.size();) {
+            std::size_t last = first + 1;
+            while (last < hashed.size() && hashed[last].first == hashed[first].first)
+                ++last;
+            if (last - first > 1) {
+                std::vector<std::uint64_t> run;
+                for (std::size_t at = first; at < last; ++at)
+                    run.push_back(hashed[at].second);
+                runs.emplace_back(std::move(run), hashed[first].first);
+            }
+            first = last;
+        }
+    }
+    std::sort(runs.begin(), runs.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+    return runs;
+}
+
+// The dates of the copies the list does not hold, and the extra bytes: for the copies grouped.
+void finishGroups(const Board& board, DupesReport& report);
+
+// Names, and with Both the content too, over every copy of the board.
+DupesReport findByName(const Board& board, const std::vector<int>& numbers, const DupesOptions& options)
 {
     DupesReport report;
     const CodePage& page = board.codePage();
@@ -311,87 +697,141 @@ DupesReport findDuplicates(const Board& board, const std::vector<int>& numbers, 
     }
 
     if (options.by != DupesBy::Name) {
-        // Empty files are all equal and take nothing; a second link to a file read already is
-        // the same bytes, not a copy of them.
-        // The files are sorted as compact keys, not through the copies: a million of them.
-        struct File
-        {
-            std::uintmax_t size;
-            std::uint64_t device;
-            std::uint64_t inode;
-            std::size_t index;
-        };
-        std::vector<File> files;
+        std::vector<SizedFile> files;
         for (std::size_t i = 0; i < copies.size(); ++i) {
             const DupeCopy& copy = copies[i];
             if (copy.hasFile() && copy.size != 0)
                 files.push_back({ copy.size, copy.identity.device, copy.identity.inode, i });
         }
-        std::sort(files.begin(), files.end(), [](const File& a, const File& b) {
-            return std::tie(a.device, a.inode, a.index) < std::tie(b.device, b.inode, b.index);
-        });
-        files.erase(std::unique(files.begin(), files.end(),
-                                [](const File& a, const File& b) {
-                                    return a.inode != 0 && a.device == b.device && a.inode == b.inode;
-                                }),
-                    files.end());
-        std::sort(files.begin(), files.end(), [](const File& a, const File& b) {
-            return std::tie(a.size, a.device, a.inode, a.index) < std::tie(b.size, b.device, b.inode, b.index);
-        });
-        if (options.awaitCache)
-            options.awaitCache();
-        // Only a file that shares its size with another is read.
-        std::vector<std::pair<ContentDigest, std::size_t>> hashed;
-        for (std::size_t start = 0; start < files.size();) {
-            std::size_t end = start + 1;
-            while (end < files.size() && files[end].size == files[start].size)
-                ++end;
-            for (std::size_t at = start; end - start > 1 && at < end; ++at) {
-                const std::size_t i = files[at].index;
-                const DupeCopy& copy = copies[i];
-                std::optional<ContentDigest> digest = options.cache ? options.cache->find(copy.identity) : std::nullopt;
-                if (!digest) {
-                    QString reason;
-                    const fs::path path = pathOf(board, copy);
-                    ++report.filesRead;
-                    digest = options.readDigest(path, reason);
-                    if (!digest) {
-                        ++report.filesLeftOut;
-                        report.notices.push_back(
-                            u"area %1: %2: %3; it is left out"_s.arg(copy.area).arg(unicodeFromPath(path), reason));
-                        continue;
-                    }
-                    if (options.cache)
-                        options.cache->insert(copy.identity, *digest);
-                }
-                hashed.emplace_back(*digest, i);
-            }
-            start = end;
-        }
-        // Equal digests meet in runs, each in board order.
-        std::sort(hashed.begin(), hashed.end());
-        std::vector<std::pair<std::vector<std::size_t>, const ContentDigest*>> contentRuns;
-        for (std::size_t start = 0; start < hashed.size();) {
-            std::size_t end = start + 1;
-            while (end < hashed.size() && hashed[end].first == hashed[start].first)
-                ++end;
-            if (end - start > 1) {
-                std::vector<std::size_t> run;
-                for (std::size_t at = start; at < end; ++at)
-                    run.push_back(hashed[at].second);
-                contentRuns.emplace_back(std::move(run), &hashed[start].first);
-            }
-            start = end;
-        }
-        std::sort(contentRuns.begin(), contentRuns.end());
-        for (const auto& [run, digest] : contentRuns) {
-            DupeGroup group { DupeGroup::Kind::Content, hexOf(*digest), {} };
-            for (const std::size_t i : run)
+        struct
+        {
+            const Board& board;
+            const Copies& copies;
+            FileIdentity identity(std::uint64_t i) const { return copies[i].identity; }
+            fs::path path(std::uint64_t i) const { return pathOf(board, copies[i]); }
+            int area(std::uint64_t i) const { return copies[i].area; }
+        } const source { board, copies };
+        for (const auto& [run, digest] : contentRuns({}, std::move(files), source, options, report)) {
+            DupeGroup group { DupeGroup::Kind::Content, hexOf(digest), {} };
+            for (const std::uint64_t i : run)
                 group.copies.push_back(copies[i]);
             report.groups.push_back(std::move(group));
         }
     }
+    finishGroups(board, report);
+    return report;
+}
 
+void findByContent(const Board& board,
+                   const std::vector<int>& numbers,
+                   const DupesOptions& options,
+                   DupesReport& report)
+{
+    const std::vector<ScannedArea> areas = scanAreas(board, numbers, options.progress);
+    // A file's index: its area's position, then its place in the area.
+    const auto indexOf = [](std::size_t area, std::size_t file) { return std::uint64_t(area) << 32 | file; };
+    std::size_t count = 0;
+    for (const ScannedArea& area : areas)
+        count += area.files.size();
+    // A file named twice is a second link (which its count of links tells), a directory
+    // listed twice (by two areas, or two slots of one), or a symbolic link, which only a
+    // search over every file finds.
+    bool allSharing = false;
+    std::vector<std::tuple<std::uint64_t, std::uint64_t, std::size_t, int>> directories; // device, inode, area, slot
+    for (std::size_t a = 0; a < areas.size(); ++a) {
+        allSharing = allSharing || areas[a].anyFileUnclear;
+        for (const auto& [slot, device, inode] : areas[a].directories)
+            directories.emplace_back(device, inode, a, slot);
+    }
+    std::sort(directories.begin(), directories.end());
+    std::set<std::pair<std::size_t, int>> listedTwice; // area and slot
+    for (std::size_t i = 1; i < directories.size(); ++i) {
+        const auto& [device, inode, area, slot] = directories[i];
+        const auto& [lastDevice, lastInode, lastArea, lastSlot] = directories[i - 1];
+        if (device == lastDevice && inode == lastInode) {
+            listedTwice.emplace(lastArea, lastSlot);
+            listedTwice.emplace(area, slot);
+        }
+    }
+    std::vector<SizedFile> files;
+    std::vector<SizedFile> sharing;
+    files.reserve(count);
+    for (std::size_t a = 0; a < areas.size(); ++a) {
+        const ScannedArea& area = areas[a];
+        if (area.problem)
+            report.skipped.push_back(*area.problem);
+        report.notices.insert(report.notices.end(), area.notices.begin(), area.notices.end());
+        for (std::size_t f = 0; f < area.files.size(); ++f) {
+            const ScannedFile& file = area.files[f];
+            if (file.identity.size == 0)
+                continue;
+            const SizedFile sized { file.identity.size, file.identity.device, file.identity.inode, indexOf(a, f) };
+            if (allSharing || file.linked || (!listedTwice.empty() && listedTwice.contains({ a, file.slot })))
+                sharing.push_back(sized);
+            else
+                files.push_back(sized);
+        }
+    }
+    struct
+    {
+        const Board& board;
+        const std::vector<ScannedArea>& areas;
+        const ScannedFile& file(std::uint64_t i) const { return areas[i >> 32].files[i & 0xFFFFFFFFU]; }
+        FileIdentity identity(std::uint64_t i) const { return file(i).identity; }
+        fs::path path(std::uint64_t i) const
+        {
+            const ScannedArea& area = areas[i >> 32];
+            return board.area(area.number).directories[static_cast<std::size_t>(file(i).slot)]
+                / fs::path(area.textOf(file(i).diskName, file(i).diskNameLength));
+        }
+        int area(std::uint64_t i) const { return areas[i >> 32].number; }
+    } const source { board, areas };
+    for (const auto& [run, digest] : contentRuns(std::move(files), std::move(sharing), source, options, report)) {
+        DupeGroup group { DupeGroup::Kind::Content, hexOf(digest), {} };
+        for (const std::uint64_t i : run) {
+            const ScannedArea& area = areas[i >> 32];
+            const ScannedFile& file = source.file(i);
+            DupeCopy& copy = group.copies.emplace_back();
+            copy.area = area.number;
+            copy.slot = file.slot;
+            copy.entry = file.entry;
+            copy.name = area.textOf(file.name, file.nameLength);
+            const std::string_view diskName = area.textOf(file.diskName, file.diskNameLength);
+            copy.diskName.assign(diskName.begin(), diskName.end());
+            copy.date = area.textOf(file.date, file.dateLength);
+            copy.size = file.identity.size;
+            copy.identity = file.identity;
+        }
+        report.groups.push_back(std::move(group));
+    }
+}
+
+} // namespace
+
+fs::path pathOf(const Board& board, const DupeCopy& copy)
+{
+    if (!copy.hasFile())
+        return {};
+    return board.area(copy.area).directories[static_cast<std::size_t>(copy.slot)] / fs::path(copy.diskName);
+}
+
+DupesReport findDuplicates(const Board& board, const std::vector<int>& numbers, const DupesOptions& options)
+{
+    DupesReport report;
+    // The content alone needs no name of a file outside its group: those are taken only
+    // for the copies grouped.
+    if (options.by == DupesBy::Content) {
+        findByContent(board, numbers, options, report);
+        finishGroups(board, report);
+        return report;
+    }
+    return findByName(board, numbers, options);
+}
+
+namespace {
+
+void finishGroups(const Board& board, DupesReport& report)
+{
     for (DupeGroup& group : report.groups) {
         for (DupeCopy& copy : group.copies) {
             if (copy.hasFile() && !copy.listed())
@@ -411,8 +851,9 @@ DupesReport findDuplicates(const Board& board, const std::vector<int>& numbers, 
                 report.extraBytes += copy.size;
         }
     }
-    return report;
 }
+
+} // namespace
 
 std::vector<DupeRemoval> planRemoval(const Board& board, const DupeGroup& group, DupesKeep keep)
 {

@@ -6,10 +6,13 @@
 
 #include <openssl/evp.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <fstream>
 #include <memory>
 #include <system_error>
+#include <tuple>
 #include <vector>
 
 using namespace Qt::StringLiterals;
@@ -28,19 +31,38 @@ constexpr std::size_t ChecksumSize = sizeof(std::uint64_t);
 
 // A checksum that finds a cut, a flipped bit or a foreign file at memory speed: the cache of a
 // million files is 64 MB, and a cryptographic hash of it would cost more than the run it saves.
-// It guards against damage, not against someone who can write Kelvane's own directory.
+// It guards against damage, not against someone who can write Kelvane's own directory. Taken
+// piece by piece (each but the last a whole number of words), so the records are summed where
+// they were read to.
+class Checksum
+{
+public:
+    explicit Checksum(std::size_t total)
+        : m_sum(0x6b656c76616e6531ULL ^ total)
+    {
+    }
+    void add(const char* data, std::size_t size)
+    {
+        std::size_t at = 0;
+        for (; at + 8 <= size; at += 8) {
+            std::uint64_t word = 0;
+            std::memcpy(&word, data + at, 8);
+            m_sum = ((m_sum ^ word) << 31 | (m_sum ^ word) >> 33) * 0x9E3779B97F4A7C15ULL;
+        }
+        for (; at < size; ++at)
+            m_sum = (m_sum ^ static_cast<unsigned char>(data[at])) * 0x100000001B3ULL;
+    }
+    std::uint64_t value() const { return m_sum ^ (m_sum >> 29); }
+
+private:
+    std::uint64_t m_sum;
+};
+
 std::uint64_t checksumOf(std::string_view bytes)
 {
-    std::uint64_t sum = 0x6b656c76616e6531ULL ^ bytes.size();
-    std::size_t at = 0;
-    for (; at + 8 <= bytes.size(); at += 8) {
-        std::uint64_t word = 0;
-        std::memcpy(&word, bytes.data() + at, 8);
-        sum = ((sum ^ word) << 31 | (sum ^ word) >> 33) * 0x9E3779B97F4A7C15ULL;
-    }
-    for (; at < bytes.size(); ++at)
-        sum = (sum ^ static_cast<unsigned char>(bytes[at])) * 0x100000001B3ULL;
-    return sum ^ (sum >> 29);
+    Checksum sum(bytes.size());
+    sum.add(bytes.data(), bytes.size());
+    return sum.value();
 }
 
 template <typename T> void put(std::string& bytes, T value)
@@ -103,20 +125,80 @@ std::size_t DupesHashCache::IdentityHash::operator()(const FileIdentity& identit
     return static_cast<std::size_t>(h);
 }
 
+// The records are read into memory as the file holds them.
+static_assert(sizeof(std::uintmax_t) == 8 && sizeof(FileIdentity) == 32 && sizeof(ContentDigest) == 32);
+static_assert(offsetof(FileIdentity, size) == 0 && offsetof(FileIdentity, modifiedNanoseconds) == 8
+              && offsetof(FileIdentity, device) == 16 && offsetof(FileIdentity, inode) == 24);
+
+bool DupesHashCache::before(const FileIdentity& a, const FileIdentity& b)
+{
+    return std::tie(a.size, a.device, a.inode, a.modifiedNanoseconds)
+        < std::tie(b.size, b.device, b.inode, b.modifiedNanoseconds);
+}
+
+std::size_t DupesHashCache::position(const FileIdentity& identity)
+{
+    const auto less = [](const Record& record, const FileIdentity& wanted) { return before(record.identity, wanted); };
+    const std::size_t count = m_sorted.size();
+    const std::size_t at = std::min(m_cursor, count);
+    std::size_t low = 0;
+    std::size_t high = at;
+    if (at < count && before(m_sorted[at].identity, identity)) {
+        // Onwards from the last look-up, in steps that double: a run in order costs a step or two each.
+        low = at + 1;
+        high = at + 1;
+        for (std::size_t step = 1; high < count && before(m_sorted[high].identity, identity);) {
+            low = high + 1;
+            step *= 2;
+            high = at + step;
+        }
+        high = std::min(high, count);
+    }
+    m_cursor = static_cast<std::size_t>(std::lower_bound(m_sorted.begin() + static_cast<std::ptrdiff_t>(low),
+                                                         m_sorted.begin() + static_cast<std::ptrdiff_t>(high), identity,
+                                                         less)
+                                        - m_sorted.begin());
+    return m_cursor;
+}
+
+bool DupesHashCache::adopt(std::vector<Record> records)
+{
+    // A file this program wrote is in order already; an older one is sorted, the first of two
+    // records of one identity kept, and counts as changed: written again in order, the next
+    // run sorts nothing.
+    const auto less = [](const Record& a, const Record& b) { return before(a.identity, b.identity); };
+    m_changed = !std::is_sorted(records.begin(), records.end(), less);
+    if (m_changed) {
+        std::stable_sort(records.begin(), records.end(), less);
+        records.erase(std::unique(records.begin(), records.end(),
+                                  [](const Record& a, const Record& b) { return a.identity == b.identity; }),
+                      records.end());
+    }
+    m_sorted = std::move(records);
+    m_touched.assign(m_sorted.size(), 0);
+    m_cursor = 0;
+    m_added.clear();
+    return true;
+}
+
 std::string DupesHashCache::serialize() const
 {
+    std::vector<Record> added;
+    added.reserve(m_added.size());
+    for (const auto& [identity, digest] : m_added)
+        added.push_back({ identity, digest });
+    const auto less = [](const Record& a, const Record& b) { return before(a.identity, b.identity); };
+    std::sort(added.begin(), added.end(), less);
+    const std::size_t count = m_sorted.size() + added.size();
     std::string bytes;
-    bytes.reserve(HeaderSize + m_hashes.size() * RecordSize + ChecksumSize);
+    bytes.reserve(HeaderSize + count * RecordSize + ChecksumSize);
     bytes.append(Magic, sizeof Magic);
     put<std::uint32_t>(bytes, FormatNumber);
-    put<std::uint64_t>(bytes, m_hashes.size());
-    for (const auto& [identity, stored] : m_hashes) {
-        put<std::uint64_t>(bytes, identity.size);
-        put<std::int64_t>(bytes, identity.modifiedNanoseconds);
-        put<std::uint64_t>(bytes, identity.device);
-        put<std::uint64_t>(bytes, identity.inode);
-        bytes.append(reinterpret_cast<const char*>(stored.digest.data()), stored.digest.size());
-    }
+    put<std::uint64_t>(bytes, count);
+    // Written in the order a load keeps, so the next run sorts nothing.
+    std::vector<Record> all(count);
+    std::merge(m_sorted.begin(), m_sorted.end(), added.begin(), added.end(), all.begin(), less);
+    bytes.append(reinterpret_cast<const char*>(all.data()), count * RecordSize);
     put<std::uint64_t>(bytes, checksumOf(bytes));
     return bytes;
 }
@@ -135,45 +217,58 @@ std::optional<DupesHashCache> DupesHashCache::parse(std::string_view bytes)
     std::size_t end = bytes.size() - ChecksumSize;
     if (take<std::uint64_t>(bytes, end) != checksumOf(bytes.substr(0, bytes.size() - ChecksumSize)))
         return std::nullopt;
+    std::vector<Record> records(count);
+    std::memcpy(records.data(), bytes.data() + at, count * RecordSize);
     DupesHashCache cache;
-    cache.m_hashes.reserve(count);
-    for (std::uint64_t i = 0; i < count; ++i) {
-        FileIdentity identity;
-        identity.size = take<std::uint64_t>(bytes, at);
-        identity.modifiedNanoseconds = take<std::int64_t>(bytes, at);
-        identity.device = take<std::uint64_t>(bytes, at);
-        identity.inode = take<std::uint64_t>(bytes, at);
-        Stored stored;
-        std::memcpy(stored.digest.data(), bytes.data() + at, stored.digest.size());
-        at += stored.digest.size();
-        cache.m_hashes.emplace(identity, stored);
-    }
+    cache.adopt(std::move(records));
     return cache;
 }
 
 void DupesHashCache::load(const fs::path& path, QString& problem)
 {
-    m_hashes.clear();
+    adopt({});
     m_changed = false;
     std::ifstream in(path, std::ios::binary);
     if (!in)
         return; // none yet, or deleted: it is rebuilt
-    std::string bytes;
-    in.seekg(0, std::ios::end);
-    const std::streamoff size = in.tellg();
-    in.seekg(0, std::ios::beg);
-    if (size > 0) {
-        bytes.resize(static_cast<std::size_t>(size));
-        in.read(bytes.data(), size);
-    }
-    std::optional<DupesHashCache> read = in.fail() ? std::nullopt : parse(bytes);
-    if (!read) {
+    // The records are read straight into their array and summed there: no second copy of 64 MB.
+    const auto sound = [&]() -> bool {
+        in.seekg(0, std::ios::end);
+        const std::streamoff size = in.tellg();
+        in.seekg(0, std::ios::beg);
+        if (size < static_cast<std::streamoff>(HeaderSize + ChecksumSize))
+            return false;
+        char header[HeaderSize];
+        if (!in.read(header, HeaderSize) || std::memcmp(header, Magic, sizeof Magic) != 0)
+            return false;
+        std::size_t at = sizeof Magic;
+        const std::string_view view(header, HeaderSize);
+        if (take<std::uint32_t>(view, at) != FormatNumber)
+            return false;
+        const std::uint64_t count = take<std::uint64_t>(view, at);
+        const auto total = static_cast<std::uint64_t>(size);
+        if (count > (total - HeaderSize - ChecksumSize) / RecordSize
+            || total != HeaderSize + count * RecordSize + ChecksumSize)
+            return false;
+        std::vector<Record> records(count);
+        char stored[ChecksumSize];
+        if (!in.read(reinterpret_cast<char*>(records.data()), static_cast<std::streamsize>(count * RecordSize))
+            || !in.read(stored, ChecksumSize))
+            return false;
+        Checksum sum(total - ChecksumSize);
+        sum.add(header, HeaderSize);
+        sum.add(reinterpret_cast<const char*>(records.data()), count * RecordSize);
+        std::size_t checksumAt = 0;
+        if (take<std::uint64_t>(std::string_view(stored, ChecksumSize), checksumAt) != sum.value())
+            return false;
+        return adopt(std::move(records));
+    };
+    if (!sound()) {
+        adopt({});
         problem = u"the hash cache "_s + unicodeFromPath(path)
             + u" is damaged or not Kelvane's; it is ignored and rebuilt"_s;
         m_changed = true;
-        return;
     }
-    m_hashes = std::move(read->m_hashes);
 }
 
 bool DupesHashCache::save(const fs::path& path, QString& problem) const
@@ -194,24 +289,46 @@ bool DupesHashCache::save(const fs::path& path, QString& problem) const
 
 std::optional<ContentDigest> DupesHashCache::find(const FileIdentity& identity)
 {
-    const auto found = m_hashes.find(identity);
-    if (found == m_hashes.end())
+    const std::size_t at = position(identity);
+    if (at < m_sorted.size() && m_sorted[at].identity == identity) {
+        m_touched[at] = 1;
+        return m_sorted[at].digest;
+    }
+    const auto found = m_added.find(identity);
+    if (found == m_added.end())
         return std::nullopt;
-    found->second.touched = true;
-    return found->second.digest;
+    return found->second;
 }
 
 void DupesHashCache::insert(const FileIdentity& identity, const ContentDigest& digest)
 {
-    m_hashes[identity] = Stored { digest, true };
+    const std::size_t at = position(identity);
+    if (at < m_sorted.size() && m_sorted[at].identity == identity) {
+        m_sorted[at].digest = digest;
+        m_touched[at] = 1;
+    } else {
+        m_added[identity] = digest;
+    }
     m_changed = true;
 }
 
 void DupesHashCache::dropUntouched()
 {
-    const std::size_t before = m_hashes.size();
-    std::erase_if(m_hashes, [](const auto& item) { return !item.second.touched; });
-    m_changed = m_changed || m_hashes.size() != before;
+    // Hashes inserted were touched by their insert.
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < m_sorted.size(); ++i) {
+        if (m_touched[i]) {
+            if (kept != i) {
+                m_sorted[kept] = m_sorted[i];
+                m_touched[kept] = 1;
+            }
+            ++kept;
+        }
+    }
+    m_changed = m_changed || kept != m_sorted.size();
+    m_sorted.resize(kept);
+    m_touched.resize(kept);
+    m_cursor = 0;
 }
 
 } // namespace Kelvane

@@ -12,6 +12,7 @@
 #include <optional>
 #include <string_view>
 #include <unordered_map>
+#include <vector>
 
 namespace Kelvane {
 
@@ -49,7 +50,7 @@ public:
     /// board: files gone or changed leave the cache).
     void dropUntouched();
 
-    std::size_t size() const { return m_hashes.size(); }
+    std::size_t size() const { return m_sorted.size() + m_added.size(); }
     /// Whether the cache changed since it was loaded.
     bool changed() const { return m_changed; }
 
@@ -58,17 +59,29 @@ public:
     static std::optional<DupesHashCache> parse(std::string_view bytes);
 
 private:
+    // One hash as the file holds it: 64 bytes, the identity's four numbers and the digest.
+    struct Record
+    {
+        FileIdentity identity;
+        ContentDigest digest;
+    };
     struct IdentityHash
     {
         std::size_t operator()(const FileIdentity& identity) const;
     };
-    struct Stored
-    {
-        ContentDigest digest;
-        bool touched = false;
-    };
 
-    std::unordered_map<FileIdentity, Stored, IdentityHash> m_hashes;
+    /// The records of m_sorted by size, device, inode and time: the order the duplicate
+    /// finder asks in, so each look-up starts where the last one ended.
+    static bool before(const FileIdentity& a, const FileIdentity& b);
+    std::size_t position(const FileIdentity& identity);
+    bool adopt(std::vector<Record> records);
+
+    // The hashes loaded, sorted and flat (a million of them load as one block, not a million
+    // nodes), each with its touched flag beside it; the few hashes inserted since in m_added.
+    std::vector<Record> m_sorted;
+    std::vector<char> m_touched;
+    std::size_t m_cursor = 0;
+    std::unordered_map<FileIdentity, ContentDigest, IdentityHash> m_added;
     bool m_changed = false;
 };
 

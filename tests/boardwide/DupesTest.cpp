@@ -206,5 +206,93 @@ TEST_F(DupesTest, BadFilesAreOneLineEachAndRemovalKeepsOneFileAndNeverChangesARe
     }
 }
 
+TEST_F(DupesTest, TheContentAloneGivesTheContentGroupsOfBothCopyForCopy)
+{
+    // Delta: two DUP.ZIP of one name in its two directories, claimed by its two entries in
+    // directory order, an unlisted copy, a long name listed by its alias, names whose order
+    // differs by case ("Aa.zip" before "a_b.zip" in upper case) and a backup of the board's own.
+    AreaRecord delta = board.simpleRecord("Delta");
+    const fs::path second = board.root() / "areas" / "Delta2";
+    fs::create_directories(second);
+    delta.alt[0] = second.string();
+    const fs::path first = delta.path;
+    TestBoard::writeFile(first / "FILES.LST",
+                         "DUP.ZIP             4 03-01-97 First\r\nDUP.ZIP             4 03-02-97 "
+                         "Second\r\nLONGNA~1.ZIP        5 03-03-97 Alias\r\n");
+    TestBoard::writeFile(first / "dup.zip", "twin");
+    TestBoard::writeFile(second / "DUP.ZIP", "twin");
+    TestBoard::writeFile(first / "UNLISTED.ZIP", "twin");
+    TestBoard::writeFile(first / "Long Name File.zip", "long!");
+    TestBoard::writeFile(first / "a_b.zip", "same");
+    TestBoard::writeFile(first / "Aa.zip", "same");
+    TestBoard::writeFile(first / "FILES.BAK", "same");
+    board.addArea(delta);
+    // Epsilon: names outside ASCII, one the page can show and listed, one it cannot.
+    AreaRecord epsilon = board.simpleRecord("Epsilon");
+    TestBoard::writeFile(fs::path(epsilon.path) / "FILES.LST", "CAF\xC9.ZIP            4 04-01-97 Cafe\r\n");
+    TestBoard::writeFile(fs::path(epsilon.path) / "caf\xC3\xA9.zip", "twin");
+    TestBoard::writeFile(fs::path(epsilon.path) / "\xE6\x97\xA5\xE6\x9C\xAC.zip", "long!");
+    TestBoard::writeFile(fs::path(epsilon.path) / "LONG.ZIP", "long!");
+    board.addArea(epsilon);
+    // Names of files named already, never copies of them: Delta's LINKED.ZIP, a second link to
+    // its dup.zip; Zeta, which lists Delta's second directory again; Eta's symbolic link to
+    // Alpha's FOO.ZIP.
+    fs::create_hard_link(first / "dup.zip", first / "LINKED.ZIP");
+    AreaRecord zeta = board.simpleRecord("Zeta");
+    zeta.path = second.string();
+    zeta.filesList = (board.root() / "areas" / "Zeta" / "FILES.LST").string();
+    TestBoard::writeFile(zeta.filesList, "DUP.ZIP             4 05-01-97 Again\r\n");
+    board.addArea(zeta);
+    AreaRecord eta = board.simpleRecord("Eta");
+    fs::create_directories(eta.path);
+    fs::create_symlink(board.root() / "areas" / "Alpha" / "FOO.ZIP", fs::path(eta.path) / "POINTER.ZIP");
+    board.addArea(eta);
+
+    const Board opened = Board::open(board.mainNode(), CodePage::windows1252());
+    const auto contentOf = [&](const std::vector<int>& numbers, DupesBy by) {
+        DupesReport report = findDuplicates(opened, numbers, { .by = by });
+        std::erase_if(report.groups, [](const DupeGroup& group) { return group.kind != DupeGroup::Kind::Content; });
+        return report;
+    };
+    const auto copies = [](const DupesReport& report) {
+        std::vector<std::string> lines;
+        for (const DupeGroup& group : report.groups) {
+            lines.push_back(group.key);
+            for (const DupeCopy& copy : group.copies)
+                lines.push_back(std::to_string(copy.area) + ' ' + std::to_string(copy.slot) + ' '
+                                + std::to_string(copy.entry) + ' ' + copy.name + '|' + copy.diskName + '|' + copy.date
+                                + ' ' + std::to_string(copy.size) + ' ' + std::to_string(copy.identity.inode));
+        }
+        return lines;
+    };
+    const auto skipped = [](const DupesReport& report) {
+        std::vector<int> numbers;
+        for (const AreaProblem& problem : report.skipped)
+            numbers.push_back(problem.number);
+        return numbers;
+    };
+    // Without Epsilon every area is plain ASCII; without Eta no name is a symbolic link.
+    for (const std::vector<int>& numbers : { std::vector<int> { 1, 2, 3, 4, 6 }, std::vector<int> { 1, 2, 4, 7 },
+                                             std::vector<int> { 1, 2, 3, 4, 5, 6, 7 } }) {
+        const DupesReport alone = contentOf(numbers, DupesBy::Content);
+        const DupesReport both = contentOf(numbers, DupesBy::Both);
+        EXPECT_EQ(copies(alone), copies(both)) << numbers.size();
+        EXPECT_EQ(alone.notices, both.notices) << numbers.size();
+        EXPECT_EQ(alone.filesRead, both.filesRead) << numbers.size();
+        EXPECT_EQ(skipped(alone), skipped(both)) << numbers.size();
+    }
+    const DupesReport alone = contentOf({ 1, 2, 3, 4, 5, 6, 7 }, DupesBy::Content);
+    EXPECT_EQ(described(alone),
+              (std::vector<std::string> {
+                  "content: 1 FOO.ZIP listed | 2 foo.zip | 4 Aa.zip | 4 a_b.zip",
+                  "content: 1 Long Report Name.txt | 2 COPY.BIN",
+                  "content: 4 DUP.ZIP listed | 4 UNLISTED.ZIP | 4 DUP.ZIP listed | 5 CAF\xC9.ZIP listed",
+                  "content: 4 LONG NAME FILE.ZIP listed | 5 LONG.ZIP | 5 __~1.ZIP",
+              }));
+    const std::vector<DupeCopy>& twins = alone.groups[2].copies;
+    EXPECT_EQ(twins[0].date + ' ' + twins[2].date, "03-01-97 03-02-97");
+    EXPECT_EQ(alone.notices.size(), 1u);
+}
+
 } // namespace
 } // namespace Kelvane::Testing
