@@ -1,5 +1,8 @@
 #include "platform/FileIdentity.h"
 
+#include <chrono>
+#include <string>
+
 namespace Kelvane {
 
 namespace fs = std::filesystem;
@@ -25,6 +28,63 @@ std::optional<FileIdentity> identityOf(const fs::path& path)
     if (::stat(path.c_str(), &info) != 0)
         return std::nullopt;
     return identityOf(info);
+#endif
+}
+
+std::time_t modifiedSeconds(const FileIdentity& identity)
+{
+#ifdef _WIN32
+    const auto written = std::chrono::file_clock::to_sys(
+        fs::file_time_type(std::chrono::duration_cast<fs::file_time_type::duration>(
+            std::chrono::nanoseconds(identity.modifiedNanoseconds))));
+    return std::chrono::system_clock::to_time_t(
+        std::chrono::time_point_cast<std::chrono::system_clock::duration>(written));
+#else
+    // Rounded down, as the system's own seconds are, before 1970 too.
+    constexpr std::int64_t second = 1000000000;
+    const std::int64_t nanoseconds = identity.modifiedNanoseconds;
+    return static_cast<std::time_t>(nanoseconds / second - (nanoseconds % second < 0 ? 1 : 0));
+#endif
+}
+
+std::optional<FileStatus> statusOf(const fs::path& path)
+{
+#ifdef _WIN32
+    std::error_code error;
+    const fs::file_status status = fs::status(path, error);
+    if (error)
+        return std::nullopt;
+    const std::optional<FileIdentity> identity = identityOf(path);
+    if (!identity)
+        return std::nullopt;
+    return FileStatus { *identity, fs::is_regular_file(status) };
+#else
+    struct stat info
+    {
+    };
+    if (::stat(path.c_str(), &info) != 0)
+        return std::nullopt;
+    return FileStatus { identityOf(info), S_ISREG(info.st_mode) };
+#endif
+}
+
+std::optional<FileStatus> statusOf(const fs::path& directory, const fs::path& name)
+{
+#ifdef _WIN32
+    return statusOf(directory / name);
+#else
+    std::string file;
+    file.reserve(directory.native().size() + name.native().size() + 1);
+    file += directory.native();
+    if (!file.empty() && file.back() != '/')
+        file += '/';
+    file += name.native();
+    struct stat info
+    {
+    };
+    if (::stat(file.c_str(), &info) != 0)
+        return std::nullopt;
+    return FileStatus { identityOf(info), S_ISREG(info.st_mode) };
 #endif
 }
 

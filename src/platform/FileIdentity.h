@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <ctime>
 #include <filesystem>
 #include <optional>
 
@@ -25,6 +26,21 @@ struct FileIdentity
 
 /// The identity of the file at path (a symbolic link followed); nothing when it is gone.
 std::optional<FileIdentity> identityOf(const std::filesystem::path& path);
+
+/// The second of the file's last change, as time_t counts it.
+std::time_t modifiedSeconds(const FileIdentity& identity);
+
+/// One look at a file (a symbolic link followed): its identity, and whether it is an
+/// ordinary file, for a caller that wants both its date and its length; nothing when the
+/// look failed.
+struct FileStatus
+{
+    FileIdentity identity;
+    bool regular = false;
+};
+std::optional<FileStatus> statusOf(const std::filesystem::path& path);
+/// The same for the file name in directory, without parsing the joined path into its parts.
+std::optional<FileStatus> statusOf(const std::filesystem::path& directory, const std::filesystem::path& name);
 
 #ifndef _WIN32
 /// The identity that one stat call gave.
