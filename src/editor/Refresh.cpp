@@ -8,7 +8,9 @@
 #include "platform/CodePage.h"
 #include "platform/FileIdentity.h"
 
+#include <array>
 #include <initializer_list>
+#include <memory>
 #include <optional>
 
 using namespace Qt::StringLiterals;
@@ -36,6 +38,7 @@ std::vector<Looked> lookAtSelectedFiles(Session& session, const EntryTable& tabl
     const DirectoryPaths& directories = session.area.FilePaths;
     const CodePage& page = session.codePage();
     FileLookup lookup(page);
+    std::array<std::unique_ptr<OpenDirectory>, DirectorySlots> opened;
     std::vector<Looked> looked;
     looked.reserve(table.selectedCount());
     for (const std::size_t index : table.selectedIndices()) {
@@ -47,7 +50,10 @@ std::vector<Looked> lookAtSelectedFiles(Session& session, const EntryTable& tabl
         file.found = true;
         const fs::path& directory = directories[static_cast<std::size_t>(found->slot)];
         const fs::path& name = found->listing->namesOnDisk()[found->index];
-        file.status = statusOf(directory, name);
+        std::unique_ptr<OpenDirectory>& held = opened[static_cast<std::size_t>(found->slot)];
+        if (!held)
+            held = std::make_unique<OpenDirectory>(directory);
+        file.status = held->statusOf(name);
         if (!file.status || !file.status->regular)
             file.file = directory / name;
     }

@@ -1,7 +1,11 @@
 #include "platform/FileIdentity.h"
 
 #include <chrono>
-#include <string>
+
+#ifndef _WIN32
+#include <fcntl.h>
+#include <unistd.h>
+#endif
 
 namespace Kelvane {
 
@@ -68,24 +72,38 @@ std::optional<FileStatus> statusOf(const fs::path& path)
 #endif
 }
 
-std::optional<FileStatus> statusOf(const fs::path& directory, const fs::path& name)
+OpenDirectory::OpenDirectory(fs::path directory)
+    : m_directory(std::move(directory))
 {
-#ifdef _WIN32
-    return statusOf(directory / name);
-#else
-    std::string file;
-    file.reserve(directory.native().size() + name.native().size() + 1);
-    file += directory.native();
-    if (!file.empty() && file.back() != '/')
-        file += '/';
-    file += name.native();
-    struct stat info
-    {
-    };
-    if (::stat(file.c_str(), &info) != 0)
-        return std::nullopt;
-    return FileStatus { identityOf(info), S_ISREG(info.st_mode) };
+#if defined(O_PATH)
+    // A descriptor for looking up names only: the directory need not be readable.
+    m_descriptor = ::open(m_directory.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+#elif !defined(_WIN32)
+    m_descriptor = ::open(m_directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
 #endif
+}
+
+OpenDirectory::~OpenDirectory()
+{
+#ifndef _WIN32
+    if (m_descriptor >= 0)
+        ::close(m_descriptor);
+#endif
+}
+
+std::optional<FileStatus> OpenDirectory::statusOf(const fs::path& name) const
+{
+#ifndef _WIN32
+    if (m_descriptor >= 0) {
+        struct stat info
+        {
+        };
+        if (::fstatat(m_descriptor, name.c_str(), &info, 0) != 0)
+            return std::nullopt;
+        return FileStatus { identityOf(info), S_ISREG(info.st_mode) };
+    }
+#endif
+    return Kelvane::statusOf(m_directory / name);
 }
 
 #ifndef _WIN32

@@ -39,8 +39,24 @@ struct FileStatus
     bool regular = false;
 };
 std::optional<FileStatus> statusOf(const std::filesystem::path& path);
-/// The same for the file name in directory, without parsing the joined path into its parts.
-std::optional<FileStatus> statusOf(const std::filesystem::path& directory, const std::filesystem::path& name);
+
+/// A directory held open for looks at its files by name: the system walks the directory's
+/// own path once, not once per file. One that cannot be opened is looked in by path.
+class OpenDirectory
+{
+public:
+    explicit OpenDirectory(std::filesystem::path directory);
+    ~OpenDirectory();
+    OpenDirectory(const OpenDirectory&) = delete;
+    OpenDirectory& operator=(const OpenDirectory&) = delete;
+
+    /// statusOf the file name in the directory.
+    std::optional<FileStatus> statusOf(const std::filesystem::path& name) const;
+
+private:
+    std::filesystem::path m_directory;
+    int m_descriptor = -1;
+};
 
 #ifndef _WIN32
 /// The identity that one stat call gave.
