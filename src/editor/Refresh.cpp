@@ -28,8 +28,8 @@ struct Looked
     std::size_t index;
     bool found = false;
     std::optional<FileStatus> status;
-    // Only where the look failed or found no ordinary file: the take asks again through the
-    // call it has always made, which raises the error it has always raised.
+    // Set only where the look failed or found no ordinary file: the take then calls
+    // fileListDate or file_size on it, so a fault is reported with the error those raise.
     fs::path file;
 };
 
