@@ -71,18 +71,20 @@ public:
     int run(CommandContext& context) override
     {
         return runEditCommand(context, m_options, [&](EditSession& edit) {
-            const bool both = !m_dates && !m_sizes;
-            for (const auto& [wanted, operation] : { std::pair { m_dates || both, &mnuFileDate_Click },
-                                                     std::pair { m_sizes || both, &mnuFileLength_Click } }) {
-                if (!wanted)
-                    continue;
-                edit.selectNamed(true);
-                if (edit.table().anySelected())
-                    operation(edit.session(), edit.table());
-                if (edit.table().anySelected())
-                    edit.setFailed();
-                edit.table().clearSelection();
+            // Both (the default) in one pass over the files: each is looked up and stat'ed once.
+            const bool both = m_dates == m_sizes;
+            edit.selectNamed(true);
+            if (edit.table().anySelected()) {
+                if (both)
+                    RefreshDatesAndLengths(edit.session(), edit.table());
+                else if (m_dates)
+                    mnuFileDate_Click(edit.session(), edit.table());
+                else
+                    mnuFileLength_Click(edit.session(), edit.table());
             }
+            if (edit.table().anySelected())
+                edit.setFailed();
+            edit.table().clearSelection();
             return edit.finish();
         });
     }

@@ -8,6 +8,7 @@
 #include "editor/Description.h"
 #include "index/MakeIndex.h"
 #include "platform/CodePage.h"
+#include "platform/FileIdentity.h"
 #include "platform/FileNames.h"
 
 #include <QCryptographicHash>
@@ -16,8 +17,6 @@
 #include <QSet>
 
 #include <algorithm>
-#include <map>
-#include <sys/stat.h>
 #include <unordered_map>
 
 namespace Kelvane {
@@ -68,73 +67,96 @@ AreaCheckReport checkArea(Session& session, const EntryList& entries)
     AreaCheckReport report;
     const CodePage& page = session.codePage();
     const CurrentArea& area = session.area;
-    FileLookup lookup(page);
+    // The listings take every file's size and date in their own pass, by name within the
+    // open directory: each file is stat'ed once, and nothing is looked up by its whole path.
+    FileLookup lookup(page, ListingDetail::Identities);
 
-    // One pass over the area's directories: every file is looked at once, for its size and
-    // date, whether the list holds it, and whether another file shares its size.
-    struct Seen
+    // One pass over the area's directories: every file is looked at once, for whether the
+    // list holds it and whether another file shares its size. A name the file system's
+    // encoding cannot spell back is never found by its text, so the check leaves it out.
+    struct OnDisk
     {
-        std::uintmax_t size;
-        std::time_t written;
+        const fs::path* directory;
+        const DirectoryListing* listing;
+        std::size_t index;
     };
-    std::unordered_map<fs::path::string_type, Seen> seen;
-    std::map<std::uintmax_t, std::vector<fs::path>> bySize;
-    std::vector<std::pair<fs::path, QString>> onDisk; // path, upper-case name
+    std::vector<OnDisk> onDisk;
+    std::unordered_map<const DirectoryListing*, std::vector<bool>> spelled; // per listing, per file
     QSet<QString> seenDirectories;
     for (const fs::path& directory : area.FilePaths) {
         if (directory.empty() || seenDirectories.contains(unicodeFromPath(directory)))
             continue;
         seenDirectories.insert(unicodeFromPath(directory));
         const DirectoryListing& listing = lookup.listing(directory);
-        for (const QString& text : listing.names()) {
-            const fs::path file = directory / pathFromUnicode(text);
-            struct stat info
-            {
-            };
-            if (::stat(file.c_str(), &info) != 0)
+        std::vector<bool>& visible = spelled[&listing];
+        const std::vector<QString>& texts = listing.names();
+        visible.assign(texts.size(), true);
+        for (std::size_t i = 0; i < texts.size(); ++i) {
+            if (texts[i].contains(QChar::ReplacementCharacter)
+                && pathFromUnicode(texts[i]).native() != listing.namesOnDisk()[i].native()) {
+                visible[i] = false;
                 continue;
-            const auto size = static_cast<std::uintmax_t>(info.st_size);
-            seen.emplace(file.native(), Seen { size, info.st_mtime });
-            bySize[size].push_back(file);
-            onDisk.emplace_back(file, foldName(text));
+            }
+            onDisk.push_back({ &directory, &listing, i });
         }
     }
+    const auto pathOf = [](const OnDisk& file) {
+        return *file.directory / file.listing->namesOnDisk()[file.index];
+    };
 
     QHash<QString, int> listedCount;
+    listedCount.reserve(static_cast<qsizetype>(entries.size()));
     for (const Entry& entry : entries) {
-        const QString key = foldName(page.toUnicode(trimSpaces(entry.FileName)));
-        if (++listedCount[key] == 2)
+        const QString text = page.toUnicode(trimSpaces(entry.FileName));
+        if (++listedCount[foldName(text)] == 2)
             report.listedTwice.push_back(entry.FileName);
-        const auto found = lookup.findInSlots(area.FilePaths, trimSpaces(entry.FileName));
-        const auto file = found ? seen.find(found->second.native()) : seen.end();
-        if (file == seen.end()) {
+        const auto found = lookup.locateInSlots(area.FilePaths, text);
+        // A directory left out as the same as one before it holds none of the files seen.
+        const auto listed = found ? spelled.find(found->listing) : spelled.end();
+        if (listed == spelled.end() || !listed->second[found->index]) {
             report.missingFiles.push_back(entry.FileName);
             continue;
         }
-        if (file->second.size == 0)
+        const FileIdentity& file = found->listing->identities()[found->index];
+        if (file.size == 0)
             report.emptyFiles.push_back(entry.FileName);
-        const std::string size = std::to_string(file->second.size);
+        const std::string size = std::to_string(file.size);
         if (plainNumber(Val(entry.Size)) != size)
             report.sizeMismatches.push_back({ entry.FileName, std::string(trimSpaces(entry.Size)), size });
-        const std::string date = listDate(file->second.written);
+        const std::string date = listDate(modifiedSeconds(file));
         if (std::string(trimSpaces(entry.Date)) != date)
             report.dateMismatches.push_back({ entry.FileName, entry.Date, date });
     }
 
     const QString skipList = foldName(unicodeFromPath(PathUtility::FileNameOf(area.FileListPath)));
     const QString skipIndex = foldName(unicodeFromPath(PathUtility::FileNameOf(area.IndexPath)));
-    for (const auto& [file, upper] : onDisk) {
-        if (upper == skipList || upper == skipIndex || matchesPattern(upper.toStdString(), "*.BAK")
-            || matchesPattern(upper.toStdString(), "FILES.*"))
+    for (const OnDisk& file : onDisk) {
+        const QString& upper = file.listing->keys()[file.index];
+        if (upper == skipList || upper == skipIndex || listedCount.contains(upper))
             continue;
-        if (!listedCount.contains(upper))
-            report.unlistedFiles.push_back(file);
+        const std::string name = upper.toStdString();
+        if (!matchesPattern(name, "*.BAK") && !matchesPattern(name, "FILES.*"))
+            report.unlistedFiles.push_back(pathOf(file));
     }
     std::sort(report.unlistedFiles.begin(), report.unlistedFiles.end());
-    // Identical content: only files that share a size are read at all.
-    for (const auto& [size, files] : bySize) {
-        if (files.size() > 1)
+    // Identical content: only files that share a size are read at all, each size's files in
+    // the order the directories gave them.
+    std::vector<std::pair<std::uintmax_t, std::size_t>> bySize; // size, place in onDisk
+    bySize.reserve(onDisk.size());
+    for (std::size_t i = 0; i < onDisk.size(); ++i)
+        bySize.emplace_back(onDisk[i].listing->identities()[onDisk[i].index].size, i);
+    std::sort(bySize.begin(), bySize.end());
+    for (std::size_t first = 0; first < bySize.size();) {
+        std::size_t end = first + 1;
+        while (end < bySize.size() && bySize[end].first == bySize[first].first)
+            ++end;
+        if (end - first > 1) {
+            std::vector<fs::path> files;
+            for (std::size_t i = first; i < end; ++i)
+                files.push_back(pathOf(onDisk[bySize[i].second]));
             identicalGroups(files, report.sameContent);
+        }
+        first = end;
     }
     std::sort(report.sameContent.begin(), report.sameContent.end());
     return report;

@@ -18,6 +18,10 @@ void mnuReadDIZ_Click(Session& session, EntryTable& table);
 void mnuFileDate_Click(Session& session, EntryTable& table);
 /// Takes the selected entries' sizes from their files.
 void mnuFileLength_Click(Session& session, EntryTable& table);
+/// File Date then File Length on the same selection, each file looked up and stat'ed once:
+/// the same entries changed and the same boxes, in the same order, as the two one after the
+/// other. An entry stays selected when either could not take its value.
+void RefreshDatesAndLengths(Session& session, EntryTable& table);
 /// Removes the selected entries from the list, after asking; the files stay.
 void mnuEraseFilesListOnly_Click(Session& session, EntryTable& table);
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <ctime>
 #include <filesystem>
 #include <optional>
 
@@ -25,6 +26,37 @@ struct FileIdentity
 
 /// The identity of the file at path (a symbolic link followed); nothing when it is gone.
 std::optional<FileIdentity> identityOf(const std::filesystem::path& path);
+
+/// The second of the file's last change, as time_t counts it.
+std::time_t modifiedSeconds(const FileIdentity& identity);
+
+/// One look at a file (a symbolic link followed): its identity, and whether it is an
+/// ordinary file, for a caller that wants both its date and its length; nothing when the
+/// look failed.
+struct FileStatus
+{
+    FileIdentity identity;
+    bool regular = false;
+};
+std::optional<FileStatus> statusOf(const std::filesystem::path& path);
+
+/// A directory held open for looks at its files by name: the system walks the directory's
+/// own path once, not once per file. One that cannot be opened is looked in by path.
+class OpenDirectory
+{
+public:
+    explicit OpenDirectory(std::filesystem::path directory);
+    ~OpenDirectory();
+    OpenDirectory(const OpenDirectory&) = delete;
+    OpenDirectory& operator=(const OpenDirectory&) = delete;
+
+    /// statusOf the file name in the directory.
+    std::optional<FileStatus> statusOf(const std::filesystem::path& name) const;
+
+private:
+    std::filesystem::path m_directory;
+    int m_descriptor = -1;
+};
 
 #ifndef _WIN32
 /// The identity that one stat call gave.

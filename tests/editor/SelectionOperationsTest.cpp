@@ -3,6 +3,8 @@
 #include "board/FileDates.h"
 #include "editor/Operations.h"
 
+#include <set>
+
 namespace Kelvane::Testing {
 namespace {
 
@@ -63,6 +65,81 @@ TEST_F(SelectionOperations, RefreshTakesValuesFromTheFirstDirectoryHoldingTheFil
     mnuFileDate_Click(*session, table);
     EXPECT_EQ(table.at(2).Date, fileListDate(files / "SAME.ZIP"));
     EXPECT_TRUE(session->ChangesMade); // set even though the date was already right
+}
+
+// Records every box and every turn of the busy pointer, answering OK.
+class RecordingPort : public UserPort
+{
+public:
+    Answer messageBox(const MessageBox& box) override
+    {
+        events.push_back(box.title + u": "_s + box.text);
+        return Answer::Ok;
+    }
+    void setBusy(bool busy) override { events.push_back(busy ? u"busy"_s : u"idle"_s); }
+
+    QStringList events;
+};
+
+TEST_F(SelectionOperations, RefreshingBothInOnePassDoesWhatFileDateThenFileLengthDo)
+{
+    TestBoard::writeFile(files / "BOTH.ZIP", "12345");
+    fs::last_write_time(files / "BOTH.ZIP", fs::last_write_time(files / "BOTH.ZIP") - std::chrono::hours(24 * 400));
+    TestBoard::writeFile(files / "Other.zip", "123");
+    TestBoard::writeFile(fs::path(record.alt[1]) / "DEEP.ZIP", "1234567");
+    const EntryList entries = { entry("BOTH.ZIP"), entry("GONE.ZIP"), entry(" other.zip "), entry("DEEP.ZIP"),
+                                entry("BOTH.ZIP"), entry("LOST.ZIP") };
+    struct Outcome
+    {
+        EntryList entries;
+        std::vector<std::size_t> selected; // what either refresh left selected
+        bool changesMade;
+        QStringList events;
+    };
+    const auto run = [&](const std::vector<std::size_t>& selected, bool onePass) {
+        RecordingPort recorder;
+        const std::unique_ptr<Session> own = board.session(recorder);
+        own->area = session->area;
+        table.reset(entries);
+        for (const std::size_t index : selected)
+            table.setSelected(index, true);
+        std::set<std::size_t> left;
+        if (onePass) {
+            RefreshDatesAndLengths(*own, table);
+        } else {
+            mnuFileDate_Click(*own, table);
+            const std::vector<std::size_t> afterDates = table.selectedIndices();
+            left.insert(afterDates.begin(), afterDates.end());
+            table.clearSelection(); // the dates stay; the same entries are selected again
+            for (const std::size_t index : selected)
+                table.setSelected(index, true);
+            mnuFileLength_Click(*own, table);
+        }
+        const std::vector<std::size_t> afterAll = table.selectedIndices();
+        left.insert(afterAll.begin(), afterAll.end());
+        return Outcome { table.entries(), { left.begin(), left.end() }, own->ChangesMade, recorder.events };
+    };
+    const std::vector<std::vector<std::size_t>> selections
+        = { { 0, 1, 2, 3, 4, 5 }, { 0, 2 }, { 1, 5 }, { 1, 3 }, {} };
+    for (const auto& selected : selections) {
+        const Outcome twoPasses = run(selected, false);
+        const Outcome onePass = run(selected, true);
+        EXPECT_EQ(onePass.entries, twoPasses.entries);
+        EXPECT_EQ(onePass.selected, twoPasses.selected);
+        EXPECT_EQ(onePass.changesMade, twoPasses.changesMade);
+        EXPECT_EQ(onePass.events, twoPasses.events);
+    }
+    // The two passes themselves did their work: both values of a selected entry changed, an
+    // unselected one kept its own, and each refresh named the missing files.
+    const Outcome all = run({ 0, 1, 2, 3, 4 }, true);
+    EXPECT_EQ(all.entries[0], (Entry { "BOTH.ZIP", "5", fileListDate(files / "BOTH.ZIP"), "text\r\n" }));
+    EXPECT_EQ(all.entries[3].Size, "7");
+    EXPECT_EQ(all.entries[5], entry("LOST.ZIP"));
+    EXPECT_EQ(all.selected, std::vector<std::size_t> { 1 });
+    EXPECT_EQ(all.events,
+              (QStringList { u"busy"_s, u"idle"_s, u"Kelvane Alert!: Files listed below were not found!\r\rGONE.ZIP "_s,
+                             u"busy"_s, u"idle"_s,
+                             u"Kelvane Alert Message!: Files listed below were not found!\r\rGONE.ZIP "_s }));
 }
 
 TEST_F(SelectionOperations, DeleteRemovesOnlyFilesFoundInTheAreasOwnDirectories)
