@@ -20,6 +20,9 @@
 #include <memory>
 #include <vector>
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 namespace Kelvane::Bench {
 
 /// A board of one area whose files lie in files, opened as the editor opens it, with a
@@ -113,6 +116,44 @@ inline double medianSeconds(int runs, const std::function<void()>& work, const s
     }
     std::sort(times.begin(), times.end());
     return times[times.size() / 2];
+}
+
+/// Runs a program to its end with its output discarded; false when it did not end well.
+inline bool runProgram(const std::vector<std::string>& arguments)
+{
+    std::vector<char*> argv;
+    for (const std::string& argument : arguments)
+        argv.push_back(const_cast<char*>(argument.c_str()));
+    argv.push_back(nullptr);
+    std::fflush(stdout); // or the child would write this process's pending output again
+    const pid_t child = ::fork();
+    if (child == 0) {
+        std::freopen("/dev/null", "w", stdout);
+        std::freopen("/dev/null", "w", stderr);
+        ::execv(argv[0], argv.data());
+        ::_exit(127);
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+/// Writes paths one a line into file, for a floor program to take in that order.
+inline std::string writePaths(const std::filesystem::path& file, const std::vector<std::filesystem::path>& paths)
+{
+    std::ofstream out(file);
+    for (const std::filesystem::path& path : paths)
+        out << path.string() << '\n';
+    return file.string();
+}
+
+/// The median wall time of runs runs of a floor program; a failed run is said.
+inline double floorSeconds(int runs, const std::vector<std::string>& arguments)
+{
+    return medianSeconds(runs, [&] {
+        if (!runProgram(arguments))
+            std::printf("%s failed\n", arguments.front().c_str());
+    });
 }
 
 /// Prints one figure against its target; true when the target is met.

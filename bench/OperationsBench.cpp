@@ -19,10 +19,8 @@
 
 #include <QTemporaryDir>
 
-#include <ctime>
 #include <fstream>
 #include <random>
-#include <sys/stat.h>
 
 using namespace Kelvane;
 using namespace Kelvane::Bench;
@@ -100,24 +98,10 @@ int main()
             table.reset(entries);
             table.selectAll();
         });
-    const double floor = medianSeconds(5, [&] {
-        std::size_t written = 0;
-        char date[16];
-        for (const Entry& entry : entries) {
-            struct stat info
-            {
-            };
-            if (::stat((files / entry.FileName).c_str(), &info) != 0)
-                continue;
-            struct tm local
-            {
-            };
-            ::localtime_r(&info.st_mtime, &local);
-            written += std::strftime(date, sizeof date, "%m-%d-%y", &local);
-        }
-        if (written == 0)
-            std::printf("the floor found no files\n");
-    });
+    std::vector<fs::path> paths;
+    for (const Entry& entry : entries)
+        paths.push_back(files / entry.FileName);
+    const double floor = floorSeconds(5, { REFRESH_FLOOR_BINARY, writePaths(root / "files.txt", paths) });
     std::printf("%-48s %9.1f ms\n%-48s %9.1f ms\n", "File Date and File Length together", refresh * 1000,
                 "floor: a stat and a formatted date per file", floor * 1000);
     pass &= report("File Date and File Length against their floor", refresh / floor, 2, "x");

@@ -1,6 +1,6 @@
 // The new-file scan of an area of 20,000 files, 10,000 of them new ZIP archives carrying a
-// FILE_ID.DIZ, against its target, against its floor (each archive opened with libarchive
-// and its FILE_ID.DIZ read into memory, nothing else) and against a loop running one
+// FILE_ID.DIZ, against its target, against its floor (scan_floor: each archive opened with
+// libarchive and its FILE_ID.DIZ read into memory, nothing else) and against a loop running one
 // "unzip -p" per archive (a tenth of them timed, scaled to all).
 //
 //   build/bench/scan_bench
@@ -18,11 +18,7 @@
 
 #include <QTemporaryDir>
 
-#include <archive.h>
-#include <archive_entry.h>
-
 #include <fstream>
-#include <strings.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -48,32 +44,6 @@ void unzipOne(const fs::path& archive)
     }
     int status = 0;
     ::waitpid(child, &status, 0);
-}
-
-// The floor: each archive opened with libarchive and its FILE_ID.DIZ read into memory.
-double dizFloor(const std::vector<fs::path>& archives)
-{
-    return medianSeconds(3, [&] {
-        std::size_t bytes = 0;
-        std::vector<char> buffer(1 << 16);
-        for (const fs::path& file : archives) {
-            archive* reader = archive_read_new();
-            archive_read_support_format_zip(reader);
-            archive_entry* entry = nullptr;
-            if (archive_read_open_filename(reader, file.c_str(), 1 << 16) == ARCHIVE_OK) {
-                while (archive_read_next_header(reader, &entry) == ARCHIVE_OK) {
-                    if (::strcasecmp(archive_entry_pathname(entry), "FILE_ID.DIZ") != 0)
-                        continue;
-                    for (la_ssize_t got; (got = archive_read_data(reader, buffer.data(), buffer.size())) > 0;)
-                        bytes += static_cast<std::size_t>(got);
-                    break;
-                }
-            }
-            archive_read_free(reader);
-        }
-        if (bytes == 0)
-            std::printf("the floor read no description\n");
-    });
 }
 
 } // namespace
@@ -108,7 +78,7 @@ int main()
     std::printf("An area of %d files, %d of them new ZIP archives (%zu added)\n\n", ListedCount + NewCount, NewCount,
                 added);
     bool pass = report("scan", scan * 1000, 1000, "ms");
-    const double floor = dizFloor(archives);
+    const double floor = floorSeconds(3, { SCAN_FLOOR_BINARY, writePaths(root / "archives.txt", archives) });
     std::printf("%-48s %9.1f ms\n", "floor: libarchive reads each FILE_ID.DIZ", floor * 1000);
     pass &= report("scan against its floor", scan / floor, 2, "x");
 
