@@ -20,6 +20,7 @@
 #include <memory>
 #include <vector>
 
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -118,14 +119,23 @@ inline double medianSeconds(int runs, const std::function<void()>& work, const s
     return times[times.size() / 2];
 }
 
-/// Runs a program to its end with its output discarded; false when it did not end well.
-inline bool runProgram(const std::vector<std::string>& arguments)
+/// One run of a program: its wall time and peak resident memory.
+struct ProgramRun
+{
+    double seconds = 0;
+    double megabytes = 0;
+    bool failed = false;
+};
+
+/// Runs a program to its end with its output discarded.
+inline ProgramRun runProgram(const std::vector<std::string>& arguments)
 {
     std::vector<char*> argv;
     for (const std::string& argument : arguments)
         argv.push_back(const_cast<char*>(argument.c_str()));
     argv.push_back(nullptr);
     std::fflush(stdout); // or the child would write this process's pending output again
+    const auto start = std::chrono::steady_clock::now();
     const pid_t child = ::fork();
     if (child == 0) {
         std::freopen("/dev/null", "w", stdout);
@@ -134,8 +144,15 @@ inline bool runProgram(const std::vector<std::string>& arguments)
         ::_exit(127);
     }
     int status = 0;
-    ::waitpid(child, &status, 0);
-    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+    struct rusage usage
+    {
+    };
+    ::wait4(child, &status, 0, &usage);
+    ProgramRun run;
+    run.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    run.megabytes = static_cast<double>(usage.ru_maxrss) / 1024;
+    run.failed = !WIFEXITED(status) || WEXITSTATUS(status) != 0;
+    return run;
 }
 
 /// Writes paths one a line into file, for a floor program to take in that order.
@@ -151,7 +168,7 @@ inline std::string writePaths(const std::filesystem::path& file, const std::vect
 inline double floorSeconds(int runs, const std::vector<std::string>& arguments)
 {
     return medianSeconds(runs, [&] {
-        if (!runProgram(arguments))
+        if (runProgram(arguments).failed)
             std::printf("%s failed\n", arguments.front().c_str());
     });
 }

@@ -40,39 +40,13 @@ fs::path buildBoard(const fs::path& root)
     });
 }
 
-struct Measure
-{
-    double seconds = 0;
-    double megabytes = 0;
-    bool failed = false;
-};
+using Measure = Bench::ProgramRun;
 
-// Runs kelvane with arguments, its output discarded: wall time and peak resident memory.
-Measure runKelvane(const std::vector<std::string>& arguments)
+// Runs kelvane with arguments, its output discarded.
+Measure runKelvane(std::vector<std::string> arguments)
 {
-    std::vector<char*> argv { const_cast<char*>(KELVANE_BINARY) };
-    for (const std::string& argument : arguments)
-        argv.push_back(const_cast<char*>(argument.c_str()));
-    argv.push_back(nullptr);
-    std::fflush(stdout);
-    const auto start = std::chrono::steady_clock::now();
-    const pid_t child = ::fork();
-    if (child == 0) {
-        std::freopen("/dev/null", "w", stdout);
-        std::freopen("/dev/null", "w", stderr);
-        ::execv(argv[0], argv.data());
-        ::_exit(127);
-    }
-    int status = 0;
-    struct rusage usage
-    {
-    };
-    ::wait4(child, &status, 0, &usage);
-    Measure measure;
-    measure.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-    measure.megabytes = static_cast<double>(usage.ru_maxrss) / 1024;
-    measure.failed = !WIFEXITED(status) || WEXITSTATUS(status) != 0;
-    return measure;
+    arguments.insert(arguments.begin(), KELVANE_BINARY);
+    return Bench::runProgram(arguments);
 }
 
 // The median run of three.
