@@ -86,6 +86,44 @@ private:
     std::size_t m_size = 0;
 };
 
+constexpr std::size_t None = std::size_t(-1);
+
+// The file each entry names: in list order, each entry claims the first file of its name in
+// slot order that no entry before it claimed, the file the editor's look-up finds for it.
+// fileKeys are the upper-case names of an area's files in slot order, entryKeys those of its
+// entries in list order; the result holds the position of the file each entry claims, or None.
+// Both sides are put in key order (the files mostly are already) and merged: within one name,
+// the k-th entry claims the k-th file.
+std::vector<std::size_t> claimedFiles(const std::vector<std::string_view>& fileKeys,
+                                      const std::vector<std::string_view>& entryKeys)
+{
+    std::vector<std::uint32_t> files(fileKeys.size());
+    std::iota(files.begin(), files.end(), 0U);
+    const auto byFileKey = [&](std::uint32_t a, std::uint32_t b) { return fileKeys[a] < fileKeys[b]; };
+    if (!std::is_sorted(files.begin(), files.end(), byFileKey))
+        std::stable_sort(files.begin(), files.end(), byFileKey);
+    std::vector<std::uint32_t> entries(entryKeys.size());
+    std::iota(entries.begin(), entries.end(), 0U);
+    const auto byEntryKey = [&](std::uint32_t a, std::uint32_t b) {
+        const int order = entryKeys[a].compare(entryKeys[b]);
+        return order != 0 ? order < 0 : a < b;
+    };
+    if (!std::is_sorted(entries.begin(), entries.end(), byEntryKey))
+        std::sort(entries.begin(), entries.end(), byEntryKey);
+    std::vector<std::size_t> claimed(entryKeys.size(), None);
+    for (std::size_t f = 0, e = 0; f < files.size() && e < entries.size();) {
+        const int order = fileKeys[files[f]].compare(entryKeys[entries[e]]);
+        if (order < 0) {
+            ++f;
+        } else if (order > 0) {
+            ++e;
+        } else {
+            claimed[entries[e++]] = files[f++];
+        }
+    }
+    return claimed;
+}
+
 using Copies = Chunked<DupeCopy>;
 
 // Gathers every copy of the areas read, in board order.
@@ -102,18 +140,9 @@ public:
     void areaRead(AreaContents& contents) override
     {
         const BoardArea& area = contents.area;
-        // The files of each directory by upper-case name, for the entries to claim: the first
-        // unclaimed one and, through next, the others of that name in slot order.
-        constexpr std::size_t None = std::size_t(-1);
-        struct Unclaimed
-        {
-            std::size_t first;
-            std::size_t last;
-        };
-        std::unordered_map<std::string_view, Unclaimed> byKey;
-        byKey.reserve(contents.files.size());
         const std::size_t base = copies.size();
-        std::vector<std::size_t> next(contents.files.size(), None);
+        std::vector<std::string_view> fileKeys;
+        fileKeys.reserve(contents.files.size());
         std::vector<std::unique_ptr<DirectoryAliases>> aliases(DirectorySlots);
         for (const AreaFile& file : contents.files) {
             DupeCopy copy;
@@ -138,23 +167,19 @@ public:
                 }
             }
             copy.name = m_page.fromUnicode(text);
-            const std::string_view key = m_keys.push_back(m_page.upper(copy.name));
-            const auto [at, added] = byKey.try_emplace(key, Unclaimed { copies.size(), copies.size() });
-            if (!added) {
-                next[at->second.last - base] = copies.size();
-                at->second.last = copies.size();
-            }
+            fileKeys.push_back(m_keys.push_back(m_page.upper(copy.name)));
             copies.push_back(std::move(copy));
         }
+        std::vector<std::string> entryKeys;
+        entryKeys.reserve(contents.entries.size());
+        for (const Entry& entry : contents.entries)
+            entryKeys.push_back(m_page.upper(entry.FileName));
+        const std::vector<std::size_t> claimed
+            = claimedFiles(fileKeys, std::vector<std::string_view>(entryKeys.begin(), entryKeys.end()));
         for (std::size_t i = 0; i < contents.entries.size(); ++i) {
             const Entry& entry = contents.entries[i];
-            std::string key = m_page.upper(entry.FileName);
-            const auto found = byKey.find(key);
-            // The entry names the first unclaimed file of its name in slot order, the file the
-            // editor's look-up finds for it.
-            if (found != byKey.end() && found->second.first != None) {
-                DupeCopy& copy = copies[found->second.first];
-                found->second.first = next[found->second.first - base];
+            if (claimed[i] != None) {
+                DupeCopy& copy = copies[base + claimed[i]];
                 copy.entry = static_cast<int>(i);
                 copy.name = entry.FileName;
                 copy.date = entry.Date;
@@ -168,7 +193,7 @@ public:
             copy.name = entry.FileName;
             copy.date = entry.Date;
             copy.size = sizeOfEntry(entry.Size);
-            m_keys.push_back(std::move(key));
+            m_keys.push_back(std::move(entryKeys[i]));
             copies.push_back(std::move(copy));
         }
     }
@@ -412,36 +437,28 @@ bool scanPlainFiles(const BoardArea& area, const CodePage& page, const EntryList
             return order != 0 ? order < 0 : nameOf(a) < nameOf(b);
         });
     }
-    // Each entry claims the first unclaimed file of its name in slot order, as the full
-    // search's copies are claimed.
-    constexpr std::size_t None = std::size_t(-1);
-    struct Unclaimed
-    {
-        std::size_t first;
-        std::size_t last;
-    };
-    std::unordered_map<std::string_view, Unclaimed> byKey;
-    byKey.reserve(files.size());
-    std::vector<std::size_t> next(files.size(), None);
-    std::vector<int> claimedBy(files.size(), -1);
-    for (std::size_t i = 0; i < files.size(); ++i) {
-        const std::string_view key(names.data() + files[i].offset + files[i].length, files[i].length);
-        const auto [at, added] = byKey.try_emplace(key, Unclaimed { i, i });
-        if (!added) {
-            next[at->second.last] = i;
-            at->second.last = i;
-        }
+    std::vector<std::string_view> fileKeys;
+    fileKeys.reserve(files.size());
+    for (const Raw& file : files)
+        fileKeys.emplace_back(names.data() + file.offset + file.length, file.length);
+    std::string entryText; // each entry's upper-case name
+    std::size_t length = 0;
+    for (const Entry& entry : entries)
+        length += entry.FileName.size();
+    entryText.reserve(length);
+    std::vector<std::string_view> entryKeys;
+    entryKeys.reserve(entries.size());
+    for (const Entry& entry : entries) {
+        const std::size_t at = entryText.size();
+        for (const char byte : entry.FileName)
+            entryText.push_back(page.upper(byte));
+        entryKeys.emplace_back(entryText.data() + at, entry.FileName.size());
     }
-    std::string key;
-    for (std::size_t i = 0; i < entries.size(); ++i) {
-        const std::string& entryName = entries[i].FileName;
-        key.resize(entryName.size());
-        std::transform(entryName.begin(), entryName.end(), key.begin(), [&](char byte) { return page.upper(byte); });
-        const auto found = byKey.find(key);
-        if (found != byKey.end() && found->second.first != None) {
-            claimedBy[found->second.first] = static_cast<int>(i);
-            found->second.first = next[found->second.first];
-        }
+    std::vector<int> claimedBy(files.size(), -1);
+    const std::vector<std::size_t> claimed = claimedFiles(fileKeys, entryKeys);
+    for (std::size_t i = 0; i < claimed.size(); ++i) {
+        if (claimed[i] != None)
+            claimedBy[claimed[i]] = static_cast<int>(i);
     }
     scanned.files.reserve(files.size());
     scanned.text.reserve(names.size() + files.size() * 16);
