@@ -248,20 +248,31 @@ private:
     std::vector<std::pair<std::string, std::size_t>> m_longByAlias;
 };
 
+// Calls use(first, last) for each run of two or more equal items among the first count
+// (sorted), as equal(a, b) tells of two positions.
+template <typename Equal, typename Use> void forEachRun(std::size_t count, const Equal& equal, const Use& use)
+{
+    for (std::size_t first = 0; first < count;) {
+        std::size_t last = first + 1;
+        while (last < count && equal(first, last))
+            ++last;
+        if (last - first > 1)
+            use(first, last);
+        first = last;
+    }
+}
+
 // Runs of equal keys among indices (sorted by key), each of two or more, in board order.
 template <typename Key> std::vector<std::vector<std::size_t>> runsOf(std::vector<std::size_t> indices, const Key& key)
 {
     std::stable_sort(indices.begin(), indices.end(), [&](std::size_t a, std::size_t b) { return key(a) < key(b); });
     std::vector<std::vector<std::size_t>> runs;
-    for (std::size_t start = 0; start < indices.size();) {
-        std::size_t end = start + 1;
-        while (end < indices.size() && key(indices[end]) == key(indices[start]))
-            ++end;
-        if (end - start > 1)
+    forEachRun(
+        indices.size(), [&](std::size_t a, std::size_t b) { return key(indices[a]) == key(indices[b]); },
+        [&](std::size_t start, std::size_t end) {
             runs.emplace_back(indices.begin() + static_cast<std::ptrdiff_t>(start),
                               indices.begin() + static_cast<std::ptrdiff_t>(end));
-        start = end;
-    }
+        });
     return runs;
 }
 
@@ -577,17 +588,55 @@ struct SizedFile
     std::uint64_t index;
 };
 
+using ContentRuns = std::vector<std::pair<std::vector<std::uint64_t>, ContentDigest>>;
+
+// The first eight bytes of a digest as one number, and where the digest is.
+struct DigestKey
+{
+    std::uint64_t prefix;
+    std::size_t at;
+};
+
+// The runs of equal digests among hashed, the digests of files of one size. They are sorted by
+// their first eight bytes as one number, in keys of 16 bytes (not the 40 of a digest and its
+// file), equal first bytes by the whole digest, then in board order.
+void digestRuns(const std::vector<std::pair<ContentDigest, std::uint64_t>>& hashed,
+                std::vector<DigestKey>& keys,
+                ContentRuns& runs)
+{
+    keys.resize(hashed.size());
+    for (std::size_t at = 0; at < hashed.size(); ++at) {
+        std::uint64_t prefix = 0;
+        std::memcpy(&prefix, hashed[at].first.data(), sizeof prefix);
+        keys[at] = { prefix, at };
+    }
+    std::sort(keys.begin(), keys.end(), [&](const DigestKey& a, const DigestKey& b) {
+        return a.prefix != b.prefix ? a.prefix < b.prefix : hashed[a.at] < hashed[b.at];
+    });
+    forEachRun(
+        keys.size(),
+        [&](std::size_t a, std::size_t b) {
+            return keys[a].prefix == keys[b].prefix && hashed[keys[a].at].first == hashed[keys[b].at].first;
+        },
+        [&](std::size_t first, std::size_t last) {
+            std::vector<std::uint64_t> run;
+            for (std::size_t at = first; at < last; ++at)
+                run.push_back(hashed[keys[at].at].second);
+            runs.emplace_back(std::move(run), hashed[keys[first].at].first);
+        });
+}
+
 // The runs of files of equal bytes, each in board order (files' index order), in order of their
 // first file. Empty files are all equal and take nothing; a second link to a file read already
 // is the same bytes, not a copy of them; only a file that shares its size with another is read.
 // files holds no two names of one file; sharing holds the files that may be named twice, each
 // taken once, at its first name. source gives a file's identity, path and area by its index.
 template <typename Source>
-std::vector<std::pair<std::vector<std::uint64_t>, ContentDigest>> contentRuns(std::vector<SizedFile> files,
-                                                                              std::vector<SizedFile> sharing,
-                                                                              const Source& source,
-                                                                              const DupesOptions& options,
-                                                                              DupesReport& report)
+ContentRuns contentRuns(std::vector<SizedFile> files,
+                        std::vector<SizedFile> sharing,
+                        const Source& source,
+                        const DupesOptions& options,
+                        DupesReport& report)
 {
     std::sort(sharing.begin(), sharing.end(), [](const SizedFile& a, const SizedFile& b) {
         return std::tie(a.device, a.inode, a.index) < std::tie(b.device, b.inode, b.index);
@@ -604,15 +653,10 @@ std::vector<std::pair<std::vector<std::uint64_t>, ContentDigest>> contentRuns(st
     if (options.awaitCache)
         options.awaitCache();
     // Equal bytes are of equal size: the digests are compared within each size only, so no
-    // sort spans the million files. Within one, by their first eight bytes as one number
-    // first, then whole, then in board order.
-    const auto prefixOf = [](const ContentDigest& digest) {
-        std::uint64_t prefix = 0;
-        std::memcpy(&prefix, digest.data(), sizeof prefix);
-        return prefix;
-    };
-    std::vector<std::pair<std::vector<std::uint64_t>, ContentDigest>> runs;
+    // sort spans the million files.
+    ContentRuns runs;
     std::vector<std::pair<ContentDigest, std::uint64_t>> hashed; // those of one size
+    std::vector<DigestKey> keys;
     for (std::size_t start = 0; start < files.size();) {
         std::size_t end = start + 1;
         while (end < files.size() && files[end].size == files[start].size)
@@ -639,23 +683,8 @@ std::vector<std::pair<std::vector<std::uint64_t>, ContentDigest>> contentRuns(st
             hashed.emplace_back(*digest, i);
         }
         start = end;
-        std::sort(hashed.begin(), hashed.end(), [&](const auto& a, const auto& b) {
-            const std::uint64_t left = prefixOf(a.first);
-            const std::uint64_t right = prefixOf(b.first);
-            return left != right ? left < right : a < b;
-        });
-        for (std::size_t first = 0; first < hashed.size();) {
-            std::size_t last = first + 1;
-            while (last < hashed.size() && hashed[last].first == hashed[first].first)
-                ++last;
-            if (last - first > 1) {
-                std::vector<std::uint64_t> run;
-                for (std::size_t at = first; at < last; ++at)
-                    run.push_back(hashed[at].second);
-                runs.emplace_back(std::move(run), hashed[first].first);
-            }
-            first = last;
-        }
+        if (hashed.size() > 1)
+            digestRuns(hashed, keys, runs);
     }
     std::sort(runs.begin(), runs.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
     return runs;
@@ -688,20 +717,16 @@ DupesReport findByName(const Board& board, const std::vector<int>& numbers, cons
         for (std::size_t i = 0; i < keys.size(); ++i)
             hashes[i] = { std::hash<std::string> {}(keys[i]), i };
         std::sort(hashes.begin(), hashes.end());
-        for (std::size_t start = 0; start < hashes.size();) {
-            std::size_t end = start + 1;
-            while (end < hashes.size() && hashes[end].first == hashes[start].first)
-                ++end;
-            if (end - start > 1) {
+        forEachRun(
+            hashes.size(), [&](std::size_t a, std::size_t b) { return hashes[a].first == hashes[b].first; },
+            [&](std::size_t start, std::size_t end) {
                 std::vector<std::size_t> run;
                 for (std::size_t at = start; at < end; ++at)
                     run.push_back(hashes[at].second);
                 for (std::vector<std::size_t>& same :
                      runsOf(std::move(run), [&](std::size_t i) -> const std::string& { return keys[i]; }))
                     nameRuns.push_back(std::move(same));
-            }
-            start = end;
-        }
+            });
         if (!identities)
             takeIdentities(board, copies, nameRuns);
         std::sort(nameRuns.begin(), nameRuns.end());
