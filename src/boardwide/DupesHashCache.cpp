@@ -161,33 +161,30 @@ std::size_t DupesHashCache::position(const FileIdentity& identity)
 
 bool DupesHashCache::adopt(std::vector<Record> records)
 {
+    const std::span<Record> own = records;
+    return adopt(std::move(records), nullptr, own);
+}
+
+bool DupesHashCache::adopt(std::vector<Record> owned, std::unique_ptr<QFile> mapped, std::span<Record> records)
+{
     // A file this program wrote is in order already; an older one is sorted, the first of two
     // records of one identity kept, and counts as changed: written again in order, the next
     // run sorts nothing.
     const auto less = [](const Record& a, const Record& b) { return before(a.identity, b.identity); };
     m_changed = !std::is_sorted(records.begin(), records.end(), less);
     if (m_changed) {
-        std::stable_sort(records.begin(), records.end(), less);
-        records.erase(std::unique(records.begin(), records.end(),
-                                  [](const Record& a, const Record& b) { return a.identity == b.identity; }),
-                      records.end());
+        if (mapped) {
+            owned.assign(records.begin(), records.end());
+            mapped.reset();
+        }
+        std::stable_sort(owned.begin(), owned.end(), less);
+        owned.erase(std::unique(owned.begin(), owned.end(),
+                                [](const Record& a, const Record& b) { return a.identity == b.identity; }),
+                    owned.end());
+        records = owned;
     }
-    m_mapped.reset();
-    m_owned = std::move(records);
-    m_sorted = m_owned;
-    m_touched.assign(m_sorted.size(), 0);
-    m_cursor = 0;
-    m_added.clear();
-    return true;
-}
-
-bool DupesHashCache::adopt(std::unique_ptr<QFile> mapped, std::span<Record> records)
-{
-    const auto less = [](const Record& a, const Record& b) { return before(a.identity, b.identity); };
-    if (!std::is_sorted(records.begin(), records.end(), less))
-        return adopt(std::vector<Record>(records.begin(), records.end()));
-    m_changed = false;
-    m_owned.clear();
+    // Moving the vector keeps its block: records still spans it.
+    m_owned = std::move(owned);
     m_mapped = std::move(mapped);
     m_sorted = records;
     m_touched.assign(m_sorted.size(), 0);
@@ -272,7 +269,7 @@ void DupesHashCache::load(const fs::path& path, QString& problem)
         // The records start 16 bytes into the page-aligned mapping: aligned for their words.
         static_assert(HeaderSize % alignof(Record) == 0);
         const std::span<Record> records(reinterpret_cast<Record*>(mapped + HeaderSize), count);
-        return adopt(std::move(file), records);
+        return adopt({}, std::move(file), records);
     };
     if (!sound()) {
         adopt({});

@@ -85,7 +85,8 @@ private:
     static bool before(const FileIdentity& a, const FileIdentity& b);
     std::size_t position(const FileIdentity& identity);
     bool adopt(std::vector<Record> records);
-    bool adopt(std::unique_ptr<QFile> mapped, std::span<Record> records);
+    /// Takes records: owned's, or the mapping's that mapped keeps.
+    bool adopt(std::vector<Record> owned, std::unique_ptr<QFile> mapped, std::span<Record> records);
 
     // The hashes loaded, sorted and flat (a million of them load as one block, not a million
     // nodes), each with its touched flag beside it; the few hashes inserted since in m_added.
