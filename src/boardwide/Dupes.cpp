@@ -307,19 +307,22 @@ bool sameFile(const DupeCopy& a, const DupeCopy& b)
 // The content search gathers each file as a compact record, not as a copy: a million copies
 // with three strings each cost more in allocation and page faults than the stat calls under
 // them. Only the files that end up in a group become copies.
+// 56 bytes: the lengths fit 16 bits, as a name on disk has at most 255 characters, an entry's
+// name is one of those or the list's 12 columns, and a date is its 9 columns.
 struct ScannedFile
 {
     FileIdentity identity;
     std::uint32_t diskName = 0; // offsets and lengths in the area's text
-    std::uint32_t diskNameLength = 0;
     std::uint32_t name = 0; // the entry's name, else the file's
-    std::uint32_t nameLength = 0;
     std::uint32_t date = 0; // the entry's; none for a file the list does not hold
-    std::uint32_t dateLength = 0;
-    std::int16_t slot = 0;
+    std::uint16_t diskNameLength = 0;
+    std::uint16_t nameLength = 0;
+    std::uint16_t dateLength = 0;
+    std::int8_t slot = 0;
     bool linked = false; // it has more than one link: another name of it may be listed too
     std::int32_t entry = -1;
 };
+static_assert(sizeof(ScannedFile) == 56 && DirectorySlots <= 127);
 
 struct ScannedArea
 {
@@ -336,6 +339,13 @@ struct ScannedArea
     /// listed twice).
     std::vector<std::tuple<int, std::uint64_t, std::uint64_t>> directories;
 
+    void clearFiles()
+    {
+        files.clear();
+        text.clear();
+        m_lastDate = 0;
+        m_lastDateLength = 0;
+    }
     std::string_view textOf(std::uint32_t offset, std::uint32_t length) const
     {
         return std::string_view(text).substr(offset, length);
@@ -356,17 +366,23 @@ struct ScannedArea
     {
         ScannedFile& file = files.emplace_back();
         file.identity = identity;
-        file.slot = static_cast<std::int16_t>(slot);
+        file.slot = static_cast<std::int8_t>(slot);
         file.linked = linked;
         file.entry = entry;
-        file.diskNameLength = static_cast<std::uint32_t>(diskName.size());
+        file.diskNameLength = static_cast<std::uint16_t>(diskName.size());
         file.diskName = add(diskName);
-        // Mostly the entry's name is the file's own, held once.
-        file.nameLength = static_cast<std::uint32_t>(name.size());
+        // Mostly the entry's name is the file's own, and its date the last file's: held once.
+        file.nameLength = static_cast<std::uint16_t>(name.size());
         file.name = name == diskName ? file.diskName : add(name);
-        file.dateLength = static_cast<std::uint32_t>(date.size());
-        file.date = add(date);
+        file.dateLength = static_cast<std::uint16_t>(date.size());
+        file.date = date == textOf(m_lastDate, m_lastDateLength) ? m_lastDate : add(date);
+        m_lastDate = file.date;
+        m_lastDateLength = file.dateLength;
     }
+
+private:
+    std::uint32_t m_lastDate = 0;
+    std::uint16_t m_lastDateLength = 0;
 };
 
 #ifndef Q_OS_WIN
@@ -502,8 +518,7 @@ ScannedArea scanArea(const Board& board, const BoardArea& area)
         scanned.entries = contents.entries.size();
         if (scanPlainFiles(area, page, contents.entries, scanned))
             return scanned;
-        scanned.files.clear();
-        scanned.text.clear();
+        scanned.clearFiles();
     }
 #endif
     // The general path: the copies as the full search gathers them, their files kept.
