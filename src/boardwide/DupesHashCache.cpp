@@ -279,8 +279,13 @@ void DupesHashCache::load(const fs::path& path, QString& problem)
     }
 }
 
-bool DupesHashCache::save(const fs::path& path, QString& problem) const
+bool DupesHashCache::save(const fs::path& path, QString& problem)
 {
+    if (m_mapped) {
+        m_owned.assign(m_sorted.begin(), m_sorted.end());
+        m_sorted = m_owned;
+        m_mapped.reset();
+    }
     try {
         fs::create_directories(path.parent_path());
         TemporaryFile written(path);

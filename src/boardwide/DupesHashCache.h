@@ -51,8 +51,10 @@ public:
     /// an empty cache and its one line in problem.
     void load(const std::filesystem::path& path, QString& problem);
     /// Writes the cache whole beside path and renames it into place; false, with why in
-    /// problem, when it could not be written (the old file is then left as it was).
-    bool save(const std::filesystem::path& path, QString& problem) const;
+    /// problem, when it could not be written (the old file is then left as it was). The
+    /// records are the cache's own from then on: a file still mapped cannot be replaced on
+    /// every system.
+    bool save(const std::filesystem::path& path, QString& problem);
 
     std::optional<ContentDigest> find(const FileIdentity& identity);
     void insert(const FileIdentity& identity, const ContentDigest& digest);
