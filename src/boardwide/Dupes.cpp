@@ -86,6 +86,44 @@ private:
     std::size_t m_size = 0;
 };
 
+constexpr std::size_t None = std::size_t(-1);
+
+// The file each entry names: in list order, each entry claims the first file of its name in
+// slot order that no entry before it claimed, the file the editor's look-up finds for it.
+// fileKeys are the upper-case names of an area's files in slot order, entryKeys those of its
+// entries in list order; the result holds the position of the file each entry claims, or None.
+// Both sides are put in key order (the files mostly are already) and merged: within one name,
+// the k-th entry claims the k-th file.
+std::vector<std::size_t> claimedFiles(const std::vector<std::string_view>& fileKeys,
+                                      const std::vector<std::string_view>& entryKeys)
+{
+    std::vector<std::uint32_t> files(fileKeys.size());
+    std::iota(files.begin(), files.end(), 0U);
+    const auto byFileKey = [&](std::uint32_t a, std::uint32_t b) { return fileKeys[a] < fileKeys[b]; };
+    if (!std::is_sorted(files.begin(), files.end(), byFileKey))
+        std::stable_sort(files.begin(), files.end(), byFileKey);
+    std::vector<std::uint32_t> entries(entryKeys.size());
+    std::iota(entries.begin(), entries.end(), 0U);
+    const auto byEntryKey = [&](std::uint32_t a, std::uint32_t b) {
+        const int order = entryKeys[a].compare(entryKeys[b]);
+        return order != 0 ? order < 0 : a < b;
+    };
+    if (!std::is_sorted(entries.begin(), entries.end(), byEntryKey))
+        std::sort(entries.begin(), entries.end(), byEntryKey);
+    std::vector<std::size_t> claimed(entryKeys.size(), None);
+    for (std::size_t f = 0, e = 0; f < files.size() && e < entries.size();) {
+        const int order = fileKeys[files[f]].compare(entryKeys[entries[e]]);
+        if (order < 0) {
+            ++f;
+        } else if (order > 0) {
+            ++e;
+        } else {
+            claimed[entries[e++]] = files[f++];
+        }
+    }
+    return claimed;
+}
+
 using Copies = Chunked<DupeCopy>;
 
 // Gathers every copy of the areas read, in board order.
@@ -102,18 +140,9 @@ public:
     void areaRead(AreaContents& contents) override
     {
         const BoardArea& area = contents.area;
-        // The files of each directory by upper-case name, for the entries to claim: the first
-        // unclaimed one and, through next, the others of that name in slot order.
-        constexpr std::size_t None = std::size_t(-1);
-        struct Unclaimed
-        {
-            std::size_t first;
-            std::size_t last;
-        };
-        std::unordered_map<std::string_view, Unclaimed> byKey;
-        byKey.reserve(contents.files.size());
         const std::size_t base = copies.size();
-        std::vector<std::size_t> next(contents.files.size(), None);
+        std::vector<std::string_view> fileKeys;
+        fileKeys.reserve(contents.files.size());
         std::vector<std::unique_ptr<DirectoryAliases>> aliases(DirectorySlots);
         for (const AreaFile& file : contents.files) {
             DupeCopy copy;
@@ -138,23 +167,19 @@ public:
                 }
             }
             copy.name = m_page.fromUnicode(text);
-            const std::string_view key = m_keys.push_back(m_page.upper(copy.name));
-            const auto [at, added] = byKey.try_emplace(key, Unclaimed { copies.size(), copies.size() });
-            if (!added) {
-                next[at->second.last - base] = copies.size();
-                at->second.last = copies.size();
-            }
+            fileKeys.push_back(m_keys.push_back(m_page.upper(copy.name)));
             copies.push_back(std::move(copy));
         }
+        std::vector<std::string> entryKeys;
+        entryKeys.reserve(contents.entries.size());
+        for (const Entry& entry : contents.entries)
+            entryKeys.push_back(m_page.upper(entry.FileName));
+        const std::vector<std::size_t> claimed
+            = claimedFiles(fileKeys, std::vector<std::string_view>(entryKeys.begin(), entryKeys.end()));
         for (std::size_t i = 0; i < contents.entries.size(); ++i) {
             const Entry& entry = contents.entries[i];
-            std::string key = m_page.upper(entry.FileName);
-            const auto found = byKey.find(key);
-            // The entry names the first unclaimed file of its name in slot order, the file the
-            // editor's look-up finds for it.
-            if (found != byKey.end() && found->second.first != None) {
-                DupeCopy& copy = copies[found->second.first];
-                found->second.first = next[found->second.first - base];
+            if (claimed[i] != None) {
+                DupeCopy& copy = copies[base + claimed[i]];
                 copy.entry = static_cast<int>(i);
                 copy.name = entry.FileName;
                 copy.date = entry.Date;
@@ -168,7 +193,7 @@ public:
             copy.name = entry.FileName;
             copy.date = entry.Date;
             copy.size = sizeOfEntry(entry.Size);
-            m_keys.push_back(std::move(key));
+            m_keys.push_back(std::move(entryKeys[i]));
             copies.push_back(std::move(copy));
         }
     }
@@ -223,20 +248,31 @@ private:
     std::vector<std::pair<std::string, std::size_t>> m_longByAlias;
 };
 
+// Calls use(first, last) for each run of two or more equal items among the first count
+// (sorted), as equal(a, b) tells of two positions.
+template <typename Equal, typename Use> void forEachRun(std::size_t count, const Equal& equal, const Use& use)
+{
+    for (std::size_t first = 0; first < count;) {
+        std::size_t last = first + 1;
+        while (last < count && equal(first, last))
+            ++last;
+        if (last - first > 1)
+            use(first, last);
+        first = last;
+    }
+}
+
 // Runs of equal keys among indices (sorted by key), each of two or more, in board order.
 template <typename Key> std::vector<std::vector<std::size_t>> runsOf(std::vector<std::size_t> indices, const Key& key)
 {
     std::stable_sort(indices.begin(), indices.end(), [&](std::size_t a, std::size_t b) { return key(a) < key(b); });
     std::vector<std::vector<std::size_t>> runs;
-    for (std::size_t start = 0; start < indices.size();) {
-        std::size_t end = start + 1;
-        while (end < indices.size() && key(indices[end]) == key(indices[start]))
-            ++end;
-        if (end - start > 1)
+    forEachRun(
+        indices.size(), [&](std::size_t a, std::size_t b) { return key(indices[a]) == key(indices[b]); },
+        [&](std::size_t start, std::size_t end) {
             runs.emplace_back(indices.begin() + static_cast<std::ptrdiff_t>(start),
                               indices.begin() + static_cast<std::ptrdiff_t>(end));
-        start = end;
-    }
+        });
     return runs;
 }
 
@@ -271,19 +307,22 @@ bool sameFile(const DupeCopy& a, const DupeCopy& b)
 // The content search gathers each file as a compact record, not as a copy: a million copies
 // with three strings each cost more in allocation and page faults than the stat calls under
 // them. Only the files that end up in a group become copies.
+// 56 bytes: the lengths fit 16 bits, as a name on disk has at most 255 characters, an entry's
+// name is one of those or the list's 12 columns, and a date is its 9 columns.
 struct ScannedFile
 {
     FileIdentity identity;
     std::uint32_t diskName = 0; // offsets and lengths in the area's text
-    std::uint32_t diskNameLength = 0;
     std::uint32_t name = 0; // the entry's name, else the file's
-    std::uint32_t nameLength = 0;
     std::uint32_t date = 0; // the entry's; none for a file the list does not hold
-    std::uint32_t dateLength = 0;
-    std::int16_t slot = 0;
+    std::uint16_t diskNameLength = 0;
+    std::uint16_t nameLength = 0;
+    std::uint16_t dateLength = 0;
+    std::int8_t slot = 0;
     bool linked = false; // it has more than one link: another name of it may be listed too
     std::int32_t entry = -1;
 };
+static_assert(sizeof(ScannedFile) == 56 && DirectorySlots <= 127);
 
 struct ScannedArea
 {
@@ -300,6 +339,13 @@ struct ScannedArea
     /// listed twice).
     std::vector<std::tuple<int, std::uint64_t, std::uint64_t>> directories;
 
+    void clearFiles()
+    {
+        files.clear();
+        text.clear();
+        m_lastDate = 0;
+        m_lastDateLength = 0;
+    }
     std::string_view textOf(std::uint32_t offset, std::uint32_t length) const
     {
         return std::string_view(text).substr(offset, length);
@@ -320,17 +366,23 @@ struct ScannedArea
     {
         ScannedFile& file = files.emplace_back();
         file.identity = identity;
-        file.slot = static_cast<std::int16_t>(slot);
+        file.slot = static_cast<std::int8_t>(slot);
         file.linked = linked;
         file.entry = entry;
-        file.diskNameLength = static_cast<std::uint32_t>(diskName.size());
+        file.diskNameLength = static_cast<std::uint16_t>(diskName.size());
         file.diskName = add(diskName);
-        // Mostly the entry's name is the file's own, held once.
-        file.nameLength = static_cast<std::uint32_t>(name.size());
+        // Mostly the entry's name is the file's own, and its date the last file's: held once.
+        file.nameLength = static_cast<std::uint16_t>(name.size());
         file.name = name == diskName ? file.diskName : add(name);
-        file.dateLength = static_cast<std::uint32_t>(date.size());
-        file.date = add(date);
+        file.dateLength = static_cast<std::uint16_t>(date.size());
+        file.date = date == textOf(m_lastDate, m_lastDateLength) ? m_lastDate : add(date);
+        m_lastDate = file.date;
+        m_lastDateLength = file.dateLength;
     }
+
+private:
+    std::uint32_t m_lastDate = 0;
+    std::uint16_t m_lastDateLength = 0;
 };
 
 #ifndef Q_OS_WIN
@@ -412,36 +464,28 @@ bool scanPlainFiles(const BoardArea& area, const CodePage& page, const EntryList
             return order != 0 ? order < 0 : nameOf(a) < nameOf(b);
         });
     }
-    // Each entry claims the first unclaimed file of its name in slot order, as the full
-    // search's copies are claimed.
-    constexpr std::size_t None = std::size_t(-1);
-    struct Unclaimed
-    {
-        std::size_t first;
-        std::size_t last;
-    };
-    std::unordered_map<std::string_view, Unclaimed> byKey;
-    byKey.reserve(files.size());
-    std::vector<std::size_t> next(files.size(), None);
-    std::vector<int> claimedBy(files.size(), -1);
-    for (std::size_t i = 0; i < files.size(); ++i) {
-        const std::string_view key(names.data() + files[i].offset + files[i].length, files[i].length);
-        const auto [at, added] = byKey.try_emplace(key, Unclaimed { i, i });
-        if (!added) {
-            next[at->second.last] = i;
-            at->second.last = i;
-        }
+    std::vector<std::string_view> fileKeys;
+    fileKeys.reserve(files.size());
+    for (const Raw& file : files)
+        fileKeys.emplace_back(names.data() + file.offset + file.length, file.length);
+    std::string entryText; // each entry's upper-case name
+    std::size_t length = 0;
+    for (const Entry& entry : entries)
+        length += entry.FileName.size();
+    entryText.reserve(length);
+    std::vector<std::string_view> entryKeys;
+    entryKeys.reserve(entries.size());
+    for (const Entry& entry : entries) {
+        const std::size_t at = entryText.size();
+        for (const char byte : entry.FileName)
+            entryText.push_back(page.upper(byte));
+        entryKeys.emplace_back(entryText.data() + at, entry.FileName.size());
     }
-    std::string key;
-    for (std::size_t i = 0; i < entries.size(); ++i) {
-        const std::string& entryName = entries[i].FileName;
-        key.resize(entryName.size());
-        std::transform(entryName.begin(), entryName.end(), key.begin(), [&](char byte) { return page.upper(byte); });
-        const auto found = byKey.find(key);
-        if (found != byKey.end() && found->second.first != None) {
-            claimedBy[found->second.first] = static_cast<int>(i);
-            found->second.first = next[found->second.first];
-        }
+    std::vector<int> claimedBy(files.size(), -1);
+    const std::vector<std::size_t> claimed = claimedFiles(fileKeys, entryKeys);
+    for (std::size_t i = 0; i < claimed.size(); ++i) {
+        if (claimed[i] != None)
+            claimedBy[claimed[i]] = static_cast<int>(i);
     }
     scanned.files.reserve(files.size());
     scanned.text.reserve(names.size() + files.size() * 16);
@@ -474,8 +518,7 @@ ScannedArea scanArea(const Board& board, const BoardArea& area)
         scanned.entries = contents.entries.size();
         if (scanPlainFiles(area, page, contents.entries, scanned))
             return scanned;
-        scanned.files.clear();
-        scanned.text.clear();
+        scanned.clearFiles();
     }
 #endif
     // The general path: the copies as the full search gathers them, their files kept.
@@ -560,17 +603,81 @@ struct SizedFile
     std::uint64_t index;
 };
 
+using ContentRuns = std::vector<std::pair<std::vector<std::uint64_t>, ContentDigest>>;
+
+// The first eight bytes of a digest as one number, and where the digest is.
+struct DigestKey
+{
+    std::uint64_t prefix;
+    std::size_t at;
+};
+
+// The runs of equal digests among hashed, the digests of files of one size. They are sorted by
+// their first eight bytes as one number, in keys of 16 bytes (not the 40 of a digest and its
+// file), equal first bytes by the whole digest, then in board order.
+void digestRuns(const std::vector<std::pair<ContentDigest, std::uint64_t>>& hashed,
+                std::vector<DigestKey>& keys,
+                ContentRuns& runs)
+{
+    keys.resize(hashed.size());
+    for (std::size_t at = 0; at < hashed.size(); ++at) {
+        std::uint64_t prefix = 0;
+        std::memcpy(&prefix, hashed[at].first.data(), sizeof prefix);
+        keys[at] = { prefix, at };
+    }
+    std::sort(keys.begin(), keys.end(), [&](const DigestKey& a, const DigestKey& b) {
+        return a.prefix != b.prefix ? a.prefix < b.prefix : hashed[a.at] < hashed[b.at];
+    });
+    forEachRun(
+        keys.size(),
+        [&](std::size_t a, std::size_t b) {
+            return keys[a].prefix == keys[b].prefix && hashed[keys[a].at].first == hashed[keys[b].at].first;
+        },
+        [&](std::size_t first, std::size_t last) {
+            std::vector<std::uint64_t> run;
+            for (std::size_t at = first; at < last; ++at)
+                run.push_back(hashed[keys[at].at].second);
+            runs.emplace_back(std::move(run), hashed[keys[first].at].first);
+        });
+}
+
+// Sorts files by size, device, inode and place (the hash cache's order, within each size the
+// first name of a file first) on two threads: split at the median of a sample, each side
+// sorted on its own. Nothing is copied or merged.
+void sortOnTwoThreads(std::vector<SizedFile>& files)
+{
+    const auto before = [](const SizedFile& a, const SizedFile& b) {
+        return std::tie(a.size, a.device, a.inode, a.index) < std::tie(b.size, b.device, b.inode, b.index);
+    };
+    constexpr std::size_t Samples = 1023;
+    if (files.size() < 16 * Samples) {
+        std::sort(files.begin(), files.end(), before);
+        return;
+    }
+    std::vector<SizedFile> sample;
+    sample.reserve(Samples);
+    for (std::size_t i = 0; i < Samples; ++i)
+        sample.push_back(files[i * (files.size() / Samples)]);
+    std::nth_element(sample.begin(), sample.begin() + Samples / 2, sample.end(), before);
+    const SizedFile pivot = sample[Samples / 2];
+    const auto middle
+        = std::partition(files.begin(), files.end(), [&](const SizedFile& file) { return before(file, pivot); });
+    std::future<void> second = std::async(std::launch::async, [&] { std::sort(middle, files.end(), before); });
+    std::sort(files.begin(), middle, before);
+    second.get();
+}
+
 // The runs of files of equal bytes, each in board order (files' index order), in order of their
 // first file. Empty files are all equal and take nothing; a second link to a file read already
 // is the same bytes, not a copy of them; only a file that shares its size with another is read.
 // files holds no two names of one file; sharing holds the files that may be named twice, each
 // taken once, at its first name. source gives a file's identity, path and area by its index.
 template <typename Source>
-std::vector<std::pair<std::vector<std::uint64_t>, ContentDigest>> contentRuns(std::vector<SizedFile> files,
-                                                                              std::vector<SizedFile> sharing,
-                                                                              const Source& source,
-                                                                              const DupesOptions& options,
-                                                                              DupesReport& report)
+ContentRuns contentRuns(std::vector<SizedFile> files,
+                        std::vector<SizedFile> sharing,
+                        const Source& source,
+                        const DupesOptions& options,
+                        DupesReport& report)
 {
     std::sort(sharing.begin(), sharing.end(), [](const SizedFile& a, const SizedFile& b) {
         return std::tie(a.device, a.inode, a.index) < std::tie(b.device, b.inode, b.index);
@@ -581,21 +688,14 @@ std::vector<std::pair<std::vector<std::uint64_t>, ContentDigest>> contentRuns(st
                               }),
                   sharing.end());
     files.insert(files.end(), sharing.begin(), sharing.end());
-    std::sort(files.begin(), files.end(), [](const SizedFile& a, const SizedFile& b) {
-        return std::tie(a.size, a.device, a.inode, a.index) < std::tie(b.size, b.device, b.inode, b.index);
-    });
+    sortOnTwoThreads(files);
     if (options.awaitCache)
         options.awaitCache();
     // Equal bytes are of equal size: the digests are compared within each size only, so no
-    // sort spans the million files. Within one, by their first eight bytes as one number
-    // first, then whole, then in board order.
-    const auto prefixOf = [](const ContentDigest& digest) {
-        std::uint64_t prefix = 0;
-        std::memcpy(&prefix, digest.data(), sizeof prefix);
-        return prefix;
-    };
-    std::vector<std::pair<std::vector<std::uint64_t>, ContentDigest>> runs;
+    // sort spans the million files.
+    ContentRuns runs;
     std::vector<std::pair<ContentDigest, std::uint64_t>> hashed; // those of one size
+    std::vector<DigestKey> keys;
     for (std::size_t start = 0; start < files.size();) {
         std::size_t end = start + 1;
         while (end < files.size() && files[end].size == files[start].size)
@@ -622,23 +722,8 @@ std::vector<std::pair<std::vector<std::uint64_t>, ContentDigest>> contentRuns(st
             hashed.emplace_back(*digest, i);
         }
         start = end;
-        std::sort(hashed.begin(), hashed.end(), [&](const auto& a, const auto& b) {
-            const std::uint64_t left = prefixOf(a.first);
-            const std::uint64_t right = prefixOf(b.first);
-            return left != right ? left < right : a < b;
-        });
-        for (std::size_t first = 0; first < hashed.size();) {
-            std::size_t last = first + 1;
-            while (last < hashed.size() && hashed[last].first == hashed[first].first)
-                ++last;
-            if (last - first > 1) {
-                std::vector<std::uint64_t> run;
-                for (std::size_t at = first; at < last; ++at)
-                    run.push_back(hashed[at].second);
-                runs.emplace_back(std::move(run), hashed[first].first);
-            }
-            first = last;
-        }
+        if (hashed.size() > 1)
+            digestRuns(hashed, keys, runs);
     }
     std::sort(runs.begin(), runs.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
     return runs;
@@ -671,20 +756,16 @@ DupesReport findByName(const Board& board, const std::vector<int>& numbers, cons
         for (std::size_t i = 0; i < keys.size(); ++i)
             hashes[i] = { std::hash<std::string> {}(keys[i]), i };
         std::sort(hashes.begin(), hashes.end());
-        for (std::size_t start = 0; start < hashes.size();) {
-            std::size_t end = start + 1;
-            while (end < hashes.size() && hashes[end].first == hashes[start].first)
-                ++end;
-            if (end - start > 1) {
+        forEachRun(
+            hashes.size(), [&](std::size_t a, std::size_t b) { return hashes[a].first == hashes[b].first; },
+            [&](std::size_t start, std::size_t end) {
                 std::vector<std::size_t> run;
                 for (std::size_t at = start; at < end; ++at)
                     run.push_back(hashes[at].second);
                 for (std::vector<std::size_t>& same :
                      runsOf(std::move(run), [&](std::size_t i) -> const std::string& { return keys[i]; }))
                     nameRuns.push_back(std::move(same));
-            }
-            start = end;
-        }
+            });
         if (!identities)
             takeIdentities(board, copies, nameRuns);
         std::sort(nameRuns.begin(), nameRuns.end());

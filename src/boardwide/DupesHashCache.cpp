@@ -31,9 +31,7 @@ constexpr std::size_t ChecksumSize = sizeof(std::uint64_t);
 
 // A checksum that finds a cut, a flipped bit or a foreign file at memory speed: the cache of a
 // million files is 64 MB, and a cryptographic hash of it would cost more than the run it saves.
-// It guards against damage, not against someone who can write Kelvane's own directory. Taken
-// piece by piece (each but the last a whole number of words), so the records are summed where
-// they were read to.
+// It guards against damage, not against someone who can write Kelvane's own directory.
 class Checksum
 {
 public:
@@ -163,18 +161,32 @@ std::size_t DupesHashCache::position(const FileIdentity& identity)
 
 bool DupesHashCache::adopt(std::vector<Record> records)
 {
+    const std::span<Record> own = records;
+    return adopt(std::move(records), nullptr, own);
+}
+
+bool DupesHashCache::adopt(std::vector<Record> owned, std::unique_ptr<QFile> mapped, std::span<Record> records)
+{
     // A file this program wrote is in order already; an older one is sorted, the first of two
     // records of one identity kept, and counts as changed: written again in order, the next
     // run sorts nothing.
     const auto less = [](const Record& a, const Record& b) { return before(a.identity, b.identity); };
     m_changed = !std::is_sorted(records.begin(), records.end(), less);
     if (m_changed) {
-        std::stable_sort(records.begin(), records.end(), less);
-        records.erase(std::unique(records.begin(), records.end(),
-                                  [](const Record& a, const Record& b) { return a.identity == b.identity; }),
-                      records.end());
+        if (mapped) {
+            owned.assign(records.begin(), records.end());
+            mapped.reset();
+        }
+        std::stable_sort(owned.begin(), owned.end(), less);
+        owned.erase(std::unique(owned.begin(), owned.end(),
+                                [](const Record& a, const Record& b) { return a.identity == b.identity; }),
+                    owned.end());
+        records = owned;
     }
-    m_sorted = std::move(records);
+    // Moving the vector keeps its block: records still spans it.
+    m_owned = std::move(owned);
+    m_mapped = std::move(mapped);
+    m_sorted = records;
     m_touched.assign(m_sorted.size(), 0);
     m_cursor = 0;
     m_added.clear();
@@ -228,40 +240,36 @@ void DupesHashCache::load(const fs::path& path, QString& problem)
 {
     adopt({});
     m_changed = false;
-    std::ifstream in(path, std::ios::binary);
-    if (!in)
+    auto file = std::make_unique<QFile>(unicodeFromPath(path));
+    if (!file->open(QIODevice::ReadOnly))
         return; // none yet, or deleted: it is rebuilt
-    // The records are read straight into their array and summed there: no second copy of 64 MB.
+    // The file is mapped, not read: its records are used where the page cache holds them, with
+    // no array to fill and no copy. Kelvane replaces the file by renaming a new one over it,
+    // which leaves this mapping on the old file.
     const auto sound = [&]() -> bool {
-        in.seekg(0, std::ios::end);
-        const std::streamoff size = in.tellg();
-        in.seekg(0, std::ios::beg);
-        if (size < static_cast<std::streamoff>(HeaderSize + ChecksumSize))
+        const auto total = static_cast<std::uint64_t>(file->size());
+        if (total < HeaderSize + ChecksumSize)
             return false;
-        char header[HeaderSize];
-        if (!in.read(header, HeaderSize) || std::memcmp(header, Magic, sizeof Magic) != 0)
+        uchar* mapped = file->map(0, file->size(), QFileDevice::MapPrivateOption);
+        if (!mapped)
+            return false;
+        const std::string_view bytes(reinterpret_cast<const char*>(mapped), static_cast<std::size_t>(total));
+        if (std::memcmp(bytes.data(), Magic, sizeof Magic) != 0)
             return false;
         std::size_t at = sizeof Magic;
-        const std::string_view view(header, HeaderSize);
-        if (take<std::uint32_t>(view, at) != FormatNumber)
+        if (take<std::uint32_t>(bytes, at) != FormatNumber)
             return false;
-        const std::uint64_t count = take<std::uint64_t>(view, at);
-        const auto total = static_cast<std::uint64_t>(size);
+        const std::uint64_t count = take<std::uint64_t>(bytes, at);
         if (count > (total - HeaderSize - ChecksumSize) / RecordSize
             || total != HeaderSize + count * RecordSize + ChecksumSize)
             return false;
-        std::vector<Record> records(count);
-        char stored[ChecksumSize];
-        if (!in.read(reinterpret_cast<char*>(records.data()), static_cast<std::streamsize>(count * RecordSize))
-            || !in.read(stored, ChecksumSize))
+        std::size_t end = bytes.size() - ChecksumSize;
+        if (take<std::uint64_t>(bytes, end) != checksumOf(bytes.substr(0, bytes.size() - ChecksumSize)))
             return false;
-        Checksum sum(total - ChecksumSize);
-        sum.add(header, HeaderSize);
-        sum.add(reinterpret_cast<const char*>(records.data()), count * RecordSize);
-        std::size_t checksumAt = 0;
-        if (take<std::uint64_t>(std::string_view(stored, ChecksumSize), checksumAt) != sum.value())
-            return false;
-        return adopt(std::move(records));
+        // The records start 16 bytes into the page-aligned mapping: aligned for their words.
+        static_assert(HeaderSize % alignof(Record) == 0);
+        const std::span<Record> records(reinterpret_cast<Record*>(mapped + HeaderSize), count);
+        return adopt({}, std::move(file), records);
     };
     if (!sound()) {
         adopt({});
@@ -271,8 +279,13 @@ void DupesHashCache::load(const fs::path& path, QString& problem)
     }
 }
 
-bool DupesHashCache::save(const fs::path& path, QString& problem) const
+bool DupesHashCache::save(const fs::path& path, QString& problem)
 {
+    if (m_mapped) {
+        m_owned.assign(m_sorted.begin(), m_sorted.end());
+        m_sorted = m_owned;
+        m_mapped.reset();
+    }
     try {
         fs::create_directories(path.parent_path());
         TemporaryFile written(path);
@@ -326,7 +339,7 @@ void DupesHashCache::dropUntouched()
         }
     }
     m_changed = m_changed || kept != m_sorted.size();
-    m_sorted.resize(kept);
+    m_sorted = m_sorted.first(kept);
     m_touched.resize(kept);
     m_cursor = 0;
 }

@@ -2,6 +2,7 @@
 
 #include "platform/FileIdentity.h"
 
+#include <QFile>
 #include <QString>
 
 #include <array>
@@ -9,7 +10,9 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <memory>
 #include <optional>
+#include <span>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
@@ -34,6 +37,13 @@ std::optional<ContentDigest> digestOfFile(const std::filesystem::path& path, QSt
 class DupesHashCache
 {
 public:
+    DupesHashCache() = default;
+    DupesHashCache(DupesHashCache&&) = default;
+    DupesHashCache& operator=(DupesHashCache&&) = default;
+    // The records may be a mapping of the file: one owner.
+    DupesHashCache(const DupesHashCache&) = delete;
+    DupesHashCache& operator=(const DupesHashCache&) = delete;
+
     /// The cache's file in the program's directory.
     static std::filesystem::path defaultPath();
 
@@ -41,8 +51,10 @@ public:
     /// an empty cache and its one line in problem.
     void load(const std::filesystem::path& path, QString& problem);
     /// Writes the cache whole beside path and renames it into place; false, with why in
-    /// problem, when it could not be written (the old file is then left as it was).
-    bool save(const std::filesystem::path& path, QString& problem) const;
+    /// problem, when it could not be written (the old file is then left as it was). The
+    /// records are the cache's own from then on: a file still mapped cannot be replaced on
+    /// every system.
+    bool save(const std::filesystem::path& path, QString& problem);
 
     std::optional<ContentDigest> find(const FileIdentity& identity);
     void insert(const FileIdentity& identity, const ContentDigest& digest);
@@ -75,10 +87,16 @@ private:
     static bool before(const FileIdentity& a, const FileIdentity& b);
     std::size_t position(const FileIdentity& identity);
     bool adopt(std::vector<Record> records);
+    /// Takes records: owned's, or the mapping's that mapped keeps.
+    bool adopt(std::vector<Record> owned, std::unique_ptr<QFile> mapped, std::span<Record> records);
 
     // The hashes loaded, sorted and flat (a million of them load as one block, not a million
     // nodes), each with its touched flag beside it; the few hashes inserted since in m_added.
-    std::vector<Record> m_sorted;
+    // m_sorted spans m_owned, or the cache file as m_mapped maps it: privately, so a hash
+    // changed in place copies only its page and never reaches the file.
+    std::span<Record> m_sorted;
+    std::vector<Record> m_owned;
+    std::unique_ptr<QFile> m_mapped;
     std::vector<char> m_touched;
     std::size_t m_cursor = 0;
     std::unordered_map<FileIdentity, ContentDigest, IdentityHash> m_added;

@@ -127,6 +127,12 @@ TEST_F(DupesTest, AWarmCacheReadsNoFileAChangedFileIsReadAgainAndADamagedCacheIs
     EXPECT_EQ(reads, 1);
     warm.dropUntouched();
     EXPECT_EQ(warm.size(), 5u);
+    // Saved over the file its records were loaded from, and loaded again.
+    ASSERT_TRUE(warm.save(path, problem)) << problem.toStdString();
+    warm.load(path, problem);
+    reads = 0;
+    EXPECT_EQ(described(find(DupesBy::Content, &warm, counting)).size(), 1u);
+    EXPECT_EQ(reads, 0);
 
     // A damaged or foreign cache is ignored whole.
     const std::string sound = cache.serialize();
