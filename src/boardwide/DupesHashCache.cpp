@@ -165,7 +165,7 @@ bool DupesHashCache::adopt(std::vector<Record> records)
     return adopt(std::move(records), nullptr, own);
 }
 
-bool DupesHashCache::adopt(std::vector<Record> owned, std::unique_ptr<QFile> mapped, std::span<Record> records)
+bool DupesHashCache::adopt(std::vector<Record> owned, std::unique_ptr<char[]> loaded, std::span<Record> records)
 {
     // A file this program wrote is in order already; an older one is sorted, the first of two
     // records of one identity kept, and counts as changed: written again in order, the next
@@ -173,9 +173,9 @@ bool DupesHashCache::adopt(std::vector<Record> owned, std::unique_ptr<QFile> map
     const auto less = [](const Record& a, const Record& b) { return before(a.identity, b.identity); };
     m_changed = !std::is_sorted(records.begin(), records.end(), less);
     if (m_changed) {
-        if (mapped) {
+        if (loaded) {
             owned.assign(records.begin(), records.end());
-            mapped.reset();
+            loaded.reset();
         }
         std::stable_sort(owned.begin(), owned.end(), less);
         owned.erase(std::unique(owned.begin(), owned.end(),
@@ -185,7 +185,7 @@ bool DupesHashCache::adopt(std::vector<Record> owned, std::unique_ptr<QFile> map
     }
     // Moving the vector keeps its block: records still spans it.
     m_owned = std::move(owned);
-    m_mapped = std::move(mapped);
+    m_loaded = std::move(loaded);
     m_sorted = records;
     m_touched.assign(m_sorted.size(), 0);
     m_cursor = 0;
@@ -240,20 +240,23 @@ void DupesHashCache::load(const fs::path& path, QString& problem)
 {
     adopt({});
     m_changed = false;
-    auto file = std::make_unique<QFile>(unicodeFromPath(path));
-    if (!file->open(QIODevice::ReadOnly))
+    std::ifstream in(path, std::ios::binary);
+    if (!in)
         return; // none yet, or deleted: it is rebuilt
-    // The file is mapped, not read: its records are used where the page cache holds them, with
-    // no array to fill and no copy. Kelvane replaces the file by renaming a new one over it,
-    // which leaves this mapping on the old file.
+    // The file is read whole into a block that is not cleared first, and its records are used
+    // where they lie: no array to fill, no copy. (A mapping would cost less still, but a file
+    // cut short under it by another program would end this one.)
     const auto sound = [&]() -> bool {
-        const auto total = static_cast<std::uint64_t>(file->size());
-        if (total < HeaderSize + ChecksumSize)
+        in.seekg(0, std::ios::end);
+        const std::streamoff size = in.tellg();
+        in.seekg(0, std::ios::beg);
+        if (!in || size < static_cast<std::streamoff>(HeaderSize + ChecksumSize))
             return false;
-        uchar* mapped = file->map(0, file->size(), QFileDevice::MapPrivateOption);
-        if (!mapped)
+        const auto total = static_cast<std::uint64_t>(size);
+        auto loaded = std::make_unique_for_overwrite<char[]>(static_cast<std::size_t>(total));
+        if (!in.read(loaded.get(), size))
             return false;
-        const std::string_view bytes(reinterpret_cast<const char*>(mapped), static_cast<std::size_t>(total));
+        const std::string_view bytes(loaded.get(), static_cast<std::size_t>(total));
         if (std::memcmp(bytes.data(), Magic, sizeof Magic) != 0)
             return false;
         std::size_t at = sizeof Magic;
@@ -266,10 +269,10 @@ void DupesHashCache::load(const fs::path& path, QString& problem)
         std::size_t end = bytes.size() - ChecksumSize;
         if (take<std::uint64_t>(bytes, end) != checksumOf(bytes.substr(0, bytes.size() - ChecksumSize)))
             return false;
-        // The records start 16 bytes into the page-aligned mapping: aligned for their words.
-        static_assert(HeaderSize % alignof(Record) == 0);
-        const std::span<Record> records(reinterpret_cast<Record*>(mapped + HeaderSize), count);
-        return adopt({}, std::move(file), records);
+        // The records start 16 bytes into a block new aligns for any fundamental type.
+        static_assert(HeaderSize % alignof(Record) == 0 && __STDCPP_DEFAULT_NEW_ALIGNMENT__ >= alignof(Record));
+        const std::span<Record> records(reinterpret_cast<Record*>(loaded.get() + HeaderSize), count);
+        return adopt({}, std::move(loaded), records);
     };
     if (!sound()) {
         adopt({});
@@ -279,13 +282,8 @@ void DupesHashCache::load(const fs::path& path, QString& problem)
     }
 }
 
-bool DupesHashCache::save(const fs::path& path, QString& problem)
+bool DupesHashCache::save(const fs::path& path, QString& problem) const
 {
-    if (m_mapped) {
-        m_owned.assign(m_sorted.begin(), m_sorted.end());
-        m_sorted = m_owned;
-        m_mapped.reset();
-    }
     try {
         fs::create_directories(path.parent_path());
         TemporaryFile written(path);

@@ -2,7 +2,6 @@
 
 #include "platform/FileIdentity.h"
 
-#include <QFile>
 #include <QString>
 
 #include <array>
@@ -54,7 +53,7 @@ public:
     /// problem, when it could not be written (the old file is then left as it was). The
     /// records are the cache's own from then on: a file still mapped cannot be replaced on
     /// every system.
-    bool save(const std::filesystem::path& path, QString& problem);
+    bool save(const std::filesystem::path& path, QString& problem) const;
 
     std::optional<ContentDigest> find(const FileIdentity& identity);
     void insert(const FileIdentity& identity, const ContentDigest& digest);
@@ -87,16 +86,16 @@ private:
     static bool before(const FileIdentity& a, const FileIdentity& b);
     std::size_t position(const FileIdentity& identity);
     bool adopt(std::vector<Record> records);
-    /// Takes records: owned's, or the mapping's that mapped keeps.
-    bool adopt(std::vector<Record> owned, std::unique_ptr<QFile> mapped, std::span<Record> records);
+    /// Takes records: owned's, or those within the file's bytes that loaded keeps.
+    bool adopt(std::vector<Record> owned, std::unique_ptr<char[]> loaded, std::span<Record> records);
 
     // The hashes loaded, sorted and flat (a million of them load as one block, not a million
     // nodes), each with its touched flag beside it; the few hashes inserted since in m_added.
-    // m_sorted spans m_owned, or the cache file as m_mapped maps it: privately, so a hash
-    // changed in place copies only its page and never reaches the file.
+    // m_sorted spans m_owned, or the records within the cache file's bytes as m_loaded holds
+    // them.
     std::span<Record> m_sorted;
     std::vector<Record> m_owned;
-    std::unique_ptr<QFile> m_mapped;
+    std::unique_ptr<char[]> m_loaded;
     std::vector<char> m_touched;
     std::size_t m_cursor = 0;
     std::unordered_map<FileIdentity, ContentDigest, IdentityHash> m_added;
