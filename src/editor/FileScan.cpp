@@ -12,6 +12,7 @@
 #include "index/MakeIndex.h"
 #include "platform/Archives.h"
 #include "platform/CodePage.h"
+#include "platform/FileIdentity.h"
 #include "platform/FileNames.h"
 
 #include <QSet>
@@ -105,7 +106,8 @@ private:
             if (m_listed.contains(upper) || (m_leaveOut && m_leaveOut(upper)))
                 continue;
             // The list of descriptions is read beside the files, not offered as one of them.
-            if (m_descriptionsFrom != DescriptionsFrom::None && upper == QLatin1StringView(DescriptionLists::DescriptIonName))
+            if (m_descriptionsFrom != DescriptionsFrom::None
+                && upper == QLatin1StringView(DescriptionLists::DescriptIonName))
                 continue;
             // A name the code page cannot hold is listed as its short alias, which can.
             const QString text = unicodeFromPath(name);
@@ -142,8 +144,15 @@ private:
         if (!extracted)
             extracted = fromList();
         std::string description = extracted.value_or(std::string(NoDescription));
-        const std::string date = m_session.RealFileDates ? fileListDate(file) : todayListDate();
-        m_table.append({ name, plainNumber(static_cast<double>(fs::file_size(file))), date, std::move(description) });
+        // One look at the file gives its date and its length; a look that fails asks again the
+        // way that reports why.
+        const std::optional<FileStatus> status = statusOf(file);
+        const bool seen = status && status->regular;
+        std::string date = todayListDate();
+        if (m_session.RealFileDates)
+            date = seen ? listDate(modifiedSeconds(status->identity)) : fileListDate(file);
+        const std::uintmax_t size = seen ? status->identity.size : fs::file_size(file);
+        m_table.append({ name, plainNumber(static_cast<double>(size)), date, std::move(description) });
         m_listed.insert(upperName);
     }
 
